@@ -1,0 +1,80 @@
+// The host-module contract inside the library: tool key words, language codes,
+// the Info list, and the guard that keeps exceptions inside the DLL.
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "host_contract.h"
+
+namespace kvil {
+
+// Selects a proofing-tools registry tree: the product's own, Word 95's per-user
+// tree, or Office's shared tree. Generation 2 spells the hyphenator "Hyphenation".
+enum RegistryGeneration : int {
+  kProductTree = 0,
+  kWord7Tree = 1,
+  kSharedTree = 2,
+};
+
+// "Spelling", "Grammar", "Thesaurus", "Hyphenate" ("Hyphenation" in generation 2);
+// null for a kind outside 0..3.
+const char* ToolKeyName(int kind, int generation);
+
+// Two-letter language code used in engine and lexicon file names ("RU", "UR",
+// "EN", ...); "" for a language the product does not know.
+const char* LanguageCode(int lcid);
+
+// Longest application key or version an Info list carries.
+inline constexpr std::size_t kListItemCapacity = 259;
+
+// Writes "<key>\0<version>\0\0" bounded by *length (the capacity on entry) and
+// stores the full list length there. Writes nothing when either pointer is null.
+HostResult FormatInfoList(const char* applicationKey, const char* version, char* buffer, std::int32_t* length);
+
+// The value the setup tool last passed to SetKvilVersion. Nothing in the library
+// reads it: the product version always comes from the registry.
+extern int g_setKvilVersion;
+
+// Runs an export body, turning anything thrown into the export's failure value.
+template <typename Body>
+HostResult GuardExport(HostResult failure, Body&& body) noexcept {
+  try {
+    return body();
+  } catch (...) {
+    return failure;
+  }
+}
+
+}  // namespace kvil
+
+// Produces the six extern "C" exports of one host from a family's operations and
+// the member's row. Ops provides static Exist, Info, Avail, Attach, Detach, Check
+// taking (const Row&, kind, lcid, ...).
+#define KVIL_HOST_EXPORTS(Suffix, Ops, row)                                                             \
+  extern "C" kvil::HostResult Exist##Suffix(std::int32_t kind, std::int32_t lcid, std::intptr_t r1,    \
+                                            std::intptr_t r2) {                                          \
+    return kvil::GuardExport(0, [&] { return Ops::Exist(row, kind, lcid, r1, r2); });                   \
+  }                                                                                                      \
+  extern "C" kvil::HostResult Info##Suffix(std::int32_t kind, std::int32_t lcid, char* buffer,          \
+                                           std::int32_t* length) {                                       \
+    return kvil::GuardExport(1, [&] { return Ops::Info(row, kind, lcid, buffer, length); });            \
+  }                                                                                                      \
+  extern "C" kvil::HostResult Avail##Suffix(std::int32_t kind, std::int32_t lcid, std::intptr_t r1,    \
+                                            std::intptr_t r2) {                                          \
+    return kvil::GuardExport(0, [&] { return Ops::Avail(row, kind, lcid, r1, r2); });                   \
+  }                                                                                                      \
+  extern "C" kvil::HostResult Attach##Suffix(std::int32_t kind, std::int32_t lcid, std::intptr_t r1,   \
+                                             std::intptr_t r2) {                                         \
+    return kvil::GuardExport(0, [&] { return Ops::Attach(row, kind, lcid, r1, r2); });                  \
+  }                                                                                                      \
+  extern "C" kvil::HostResult Detach##Suffix(std::int32_t kind, std::int32_t lcid, std::intptr_t r1,   \
+                                             std::intptr_t r2) {                                         \
+    return kvil::GuardExport(0, [&] { return Ops::Detach(row, kind, lcid, r1, r2); });                  \
+  }                                                                                                      \
+  extern "C" kvil::HostResult Check##Suffix(std::int32_t kind, std::int32_t lcid, std::intptr_t r1,    \
+                                            std::intptr_t r2) {                                          \
+    return kvil::GuardExport(0, [&] { return Ops::Check(row, kind, lcid, r1, r2); });                   \
+  }

@@ -1,0 +1,283 @@
+#include "registry.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "bounded_text.h"
+#include "product.h"
+
+namespace kvil {
+
+namespace {
+
+constexpr DWORD kExpandScratchCapacity = 260;
+
+bool IsTextType(DWORD type) { return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ; }
+
+bool KeyOpensForReading(HKEY root, const std::string& path, REGSAM view) {
+  UniqueHKey key;
+  return RegOpenKeyExA(root, path.c_str(), 0, KEY_READ | view, key.put()) == ERROR_SUCCESS;
+}
+
+// Drops the last component (and trailing backslashes); false when nothing is left.
+bool CutLastComponent(std::string& path) {
+  while (!path.empty() && path.back() == '\\') path.pop_back();
+  std::size_t slash = path.rfind('\\');
+  if (slash == std::string::npos) {
+    path.clear();
+    return false;
+  }
+  path.resize(slash);
+  while (!path.empty() && path.back() == '\\') path.pop_back();
+  return !path.empty();
+}
+
+// A fresh ACL (revision 2, same size) holding copies of the key's DACL entries;
+// null when the key has no DACL to copy.
+ACL* CopyKeyDacl(HKEY root, const std::string& path, REGSAM view) {
+  UniqueHKey key;
+  if (RegOpenKeyExA(root, path.c_str(), 0, KEY_READ | view, key.put()) != ERROR_SUCCESS) return nullptr;
+  DWORD size = 0;
+  if (RegGetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, nullptr, &size) != ERROR_INSUFFICIENT_BUFFER ||
+      size == 0) {
+    return nullptr;
+  }
+  UniqueLocalMemory descriptor(LocalAlloc(LPTR, size));
+  if (!descriptor) return nullptr;
+  auto* source = static_cast<PSECURITY_DESCRIPTOR>(descriptor.get());
+  if (RegGetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, source, &size) != ERROR_SUCCESS) return nullptr;
+
+  BOOL present = FALSE;
+  BOOL defaulted = FALSE;
+  ACL* sourceDacl = nullptr;
+  if (!GetSecurityDescriptorDacl(source, &present, &sourceDacl, &defaulted) || !present || sourceDacl == nullptr) {
+    return nullptr;
+  }
+  ACL_SIZE_INFORMATION info{};
+  if (!GetAclInformation(sourceDacl, &info, sizeof info, AclSizeInformation)) return nullptr;
+  DWORD aclSize = info.AclBytesInUse + info.AclBytesFree;
+  auto* copy = static_cast<ACL*>(LocalAlloc(LPTR, aclSize));
+  if (copy == nullptr) return nullptr;
+  if (!InitializeAcl(copy, aclSize, ACL_REVISION2)) {
+    LocalFree(copy);
+    return nullptr;
+  }
+  for (DWORD index = 0; index < info.AceCount; ++index) {
+    void* ace = nullptr;
+    if (!GetAce(sourceDacl, index, &ace)) continue;
+    AddAce(copy, ACL_REVISION2, MAXDWORD, ace, static_cast<ACE_HEADER*>(ace)->AceSize);
+  }
+  return copy;
+}
+
+LONG SetValueWithView(HKEY root, const char* path, const char* name, DWORD type, const void* data, DWORD length,
+                      REGSAM view) {
+  InheritedKeySecurity security(root, path, view);
+  UniqueHKey key;
+  LONG created = RegCreateKeyExA(root, path, 0, nullptr, 0, KEY_WRITE | view, security.Attributes(), key.put(),
+                                 nullptr);
+  if (created != ERROR_SUCCESS) return ERROR_SUCCESS;  // only failures of the value write are reported
+  return RegSetValueExA(key.get(), name, 0, type, static_cast<const BYTE*>(data), length);
+}
+
+LONG GetValueWithView(HKEY root, const char* path, const char* name, char* buffer, DWORD* length, DWORD* type,
+                      REGSAM view) {
+  if (buffer == nullptr || length == nullptr || *length == 0) return ERROR_INVALID_PARAMETER;
+  const DWORD capacity = *length;
+  UniqueHKey key;
+  LONG status = RegOpenKeyExA(root, path, 0, KEY_QUERY_VALUE | view, key.put());
+  if (status != ERROR_SUCCESS) return status;
+
+  DWORD valueType = REG_NONE;
+  DWORD size = capacity;
+  status = RegQueryValueExA(key.get(), name, nullptr, &valueType, reinterpret_cast<BYTE*>(buffer), &size);
+  if (type != nullptr) *type = valueType;
+  *length = size;
+  if (status == ERROR_MORE_DATA) buffer[0] = '\0';
+  if (status != ERROR_SUCCESS) return status;
+
+  if (IsTextType(valueType) && (size == 0 || buffer[size - 1] != '\0')) {
+    // Stored without its terminator: terminate it if there is room, else it is too long.
+    if (size >= capacity) {
+      buffer[0] = '\0';
+      return ERROR_MORE_DATA;
+    }
+    buffer[size] = '\0';
+  }
+  if (valueType == REG_EXPAND_SZ) {
+    char expanded[kExpandScratchCapacity] = {};
+    DWORD count = ExpandEnvironmentStringsA(buffer, expanded, kExpandScratchCapacity);
+    std::size_t expandedSize = strnlen(expanded, kExpandScratchCapacity) + 1;
+    if (count == 0 || count > kExpandScratchCapacity || expandedSize > capacity) {
+      buffer[0] = '\0';
+      return ERROR_MORE_DATA;
+    }
+    std::memcpy(buffer, expanded, expandedSize);
+    *length = count;
+  }
+  return ERROR_SUCCESS;
+}
+
+int ParseLID(const char* text) {
+  char* end = nullptr;
+  errno = 0;
+  long number = std::strtol(text, &end, 10);
+  if (errno != 0 || number <= 0 || number > 0xFFFF) return 1033;
+  return static_cast<int>(number);
+}
+
+}  // namespace
+
+REGSAM RegistryView() { return IsRegistry64() ? KEY_WOW64_64KEY : 0; }
+
+InheritedKeySecurity::InheritedKeySecurity(HKEY root, const char* path, REGSAM view) {
+  bool ntFamily = (GetVersion() & 0x80000000u) == 0;
+  std::string ancestor = path != nullptr ? path : "";
+  if (ntFamily && !KeyOpensForReading(root, ancestor, view)) {
+    while (CutLastComponent(ancestor)) {
+      if (KeyOpensForReading(root, ancestor, view)) {
+        dacl_ = CopyKeyDacl(root, ancestor, view);
+        break;
+      }
+    }
+  }
+  InitializeSecurityDescriptor(&descriptor_, SECURITY_DESCRIPTOR_REVISION);
+  // Without a copy the DACL is null, which grants everyone full access.
+  SetSecurityDescriptorDacl(&descriptor_, TRUE, dacl_, FALSE);
+  attributes_.nLength = sizeof attributes_;
+  attributes_.lpSecurityDescriptor = &descriptor_;
+  attributes_.bInheritHandle = FALSE;
+}
+
+InheritedKeySecurity::~InheritedKeySecurity() {
+  if (dacl_ != nullptr) LocalFree(dacl_);
+}
+
+LONG RegSetValueOpen(HKEY root, const char* path, const char* name, DWORD type, const void* data, DWORD length) {
+  return SetValueWithView(root, path, name, type, data, length, RegistryView());
+}
+
+LONG RegSetValueOpenPlain(HKEY root, const char* path, const char* name, DWORD type, const void* data,
+                          DWORD length) {
+  return SetValueWithView(root, path, name, type, data, length, 0);
+}
+
+LONG RegGetValueExpand(HKEY root, const char* path, const char* name, char* buffer, DWORD* length, DWORD* type) {
+  return GetValueWithView(root, path, name, buffer, length, type, RegistryView());
+}
+
+LONG RegGetValueExpandPlain(HKEY root, const char* path, const char* name, char* buffer, DWORD* length,
+                            DWORD* type) {
+  return GetValueWithView(root, path, name, buffer, length, type, 0);
+}
+
+bool RegReadString(HKEY root, const char* path, const char* name, char* buffer, DWORD capacity) {
+  DWORD length = capacity;
+  DWORD type = REG_NONE;
+  if (RegGetValueExpand(root, path, name, buffer, &length, &type) != ERROR_SUCCESS) return false;
+  if (type != REG_SZ && type != REG_EXPAND_SZ) {
+    buffer[0] = '\0';
+    return false;
+  }
+  return true;
+}
+
+bool RegReadDword(HKEY root, const char* path, const char* name, DWORD* value) {
+  DWORD data = 0;
+  DWORD length = sizeof data;
+  DWORD type = REG_NONE;
+  if (RegGetValueExpand(root, path, name, reinterpret_cast<char*>(&data), &length, &type) != ERROR_SUCCESS ||
+      type != REG_DWORD || length != sizeof data) {
+    return false;
+  }
+  *value = data;
+  return true;
+}
+
+LONG RegSetDword(HKEY root, const char* path, const char* name, DWORD value) {
+  return RegSetValueOpen(root, path, name, REG_DWORD, &value, sizeof value);
+}
+
+int RegSetString(const char* path, const char* name, const char* text) {
+  return RegSetValueOpen(HKEY_LOCAL_MACHINE, path, name, REG_SZ, text, static_cast<DWORD>(std::strlen(text))) ==
+                 ERROR_SUCCESS
+             ? 1
+             : 0;
+}
+
+int RegKeyExists(HKEY root, const char* path) { return KeyOpensForReading(root, path, RegistryView()) ? 1 : 0; }
+
+LONG RegOpenKeyView(HKEY root, const char* path, REGSAM access, UniqueHKey& key) {
+  return RegOpenKeyExA(root, path, 0, access | RegistryView(), key.put());
+}
+
+LONG RegDeleteKeyTree(HKEY root, const char* path, int recursive) {
+  const REGSAM view = RegistryView();
+  UniqueHKey key;
+  LONG status = RegOpenKeyExA(root, path, 0, KEY_QUERY_VALUE | KEY_SET_VALUE | KEY_ENUMERATE_SUB_KEYS | view,
+                              key.put());
+  if (status != ERROR_SUCCESS) return status;
+  DWORD subkeyCount = 0;
+  status = RegQueryInfoKeyA(key.get(), nullptr, nullptr, nullptr, &subkeyCount, nullptr, nullptr, nullptr, nullptr,
+                            nullptr, nullptr, nullptr);
+  if (status != ERROR_SUCCESS) return status;
+  if (subkeyCount > 0) {
+    // The platform's own answer for deleting a key that still has subkeys.
+    if (!recursive) return ERROR_ACCESS_DENIED;
+    for (DWORD index = subkeyCount; index-- > 0;) {
+      char name[256];
+      DWORD nameLength = sizeof name;
+      status = RegEnumKeyExA(key.get(), index, name, &nameLength, nullptr, nullptr, nullptr, nullptr);
+      if (status == ERROR_NO_MORE_ITEMS) continue;
+      if (status != ERROR_SUCCESS) return status;
+      std::string child = std::string(path) + "\\" + name;
+      status = RegDeleteKeyTree(root, child.c_str(), recursive);
+      if (status != ERROR_SUCCESS && status != ERROR_NO_MORE_ITEMS) return status;
+    }
+  }
+  key.reset();
+  return RegDeleteKeyExA(root, path, view, 0);
+}
+
+LONG RegDeleteValueAt(HKEY root, const char* path, const char* name) {
+  UniqueHKey key;
+  LONG status = RegOpenKeyExA(root, path, 0, KEY_SET_VALUE | RegistryView(), key.put());
+  if (status != ERROR_SUCCESS) return status;
+  return RegDeleteValueA(key.get(), name);
+}
+
+int RegDeleteEmptyLeaf(HKEY root, char* path) {
+  const REGSAM view = RegistryView();
+  {
+    UniqueHKey key;
+    if (RegOpenKeyExA(root, path, 0, KEY_READ | view, key.put()) != ERROR_SUCCESS) return 0;
+    char name[256];
+    DWORD nameLength = sizeof name;
+    if (RegEnumKeyExA(key.get(), 0, name, &nameLength, nullptr, nullptr, nullptr, nullptr) != ERROR_NO_MORE_ITEMS) {
+      return 0;
+    }
+  }
+  char* slash = std::strrchr(path, '\\');
+  if (slash == nullptr) return RegDeleteKeyExA(root, path, view, 0) == ERROR_SUCCESS ? 1 : 0;
+  *slash = '\0';
+  const char* leaf = slash + 1;
+  UniqueHKey parent;
+  if (RegOpenKeyExA(root, path, 0, KEY_READ | KEY_WRITE | view, parent.put()) != ERROR_SUCCESS) return 0;
+  return RegDeleteKeyExA(parent.get(), leaf, view, 0) == ERROR_SUCCESS ? 1 : 0;
+}
+
+int ReadLIDValue(HKEY root, const char* path, const char* name) {
+  return ReadLIDValueAfterPrefix(root, path, name, "");
+}
+
+int ReadLIDValueAfterPrefix(HKEY root, const char* path, const char* name, const char* prefix) {
+  PathText text;
+  if (!RegReadString(root, path, name, text.data(), PathText::kCapacity)) return 1033;
+  std::size_t skip = std::strlen(prefix);
+  if (text.size() < skip) return 1033;
+  return ParseLID(text.c_str() + skip);
+}
+
+}  // namespace kvil
