@@ -1,0 +1,45 @@
+#include "library_under_test.h"
+
+#include <stdexcept>
+
+#include "win32_support.h"
+
+namespace kvil::test {
+
+LibraryUnderTest::LibraryUnderTest() {
+  // The full path, so a stray copy elsewhere on the search path is never the one tested.
+  const std::string path = RunningExecutableFolder() + "\\kvilintg.dll";
+  module_ = LoadLibraryA(path.c_str());
+  if (module_ == nullptr) ThrowLastError("cannot load " + path);
+}
+
+LibraryUnderTest::~LibraryUnderTest() { FreeLibrary(module_); }
+
+FARPROC LibraryUnderTest::Find(const std::string& exportName) const {
+  return GetProcAddress(module_, exportName.c_str());
+}
+
+namespace {
+
+FARPROC Require(const LibraryUnderTest& library, const std::string& exportName) {
+  const FARPROC entry = library.Find(exportName);
+  if (entry == nullptr) throw std::runtime_error("kvilintg.dll has no export " + exportName);
+  return entry;
+}
+
+}  // namespace
+
+HostResult LibraryUnderTest::Call(const std::string& operation, const std::string& suffix, std::int32_t kind,
+                                  std::int32_t lcid, std::intptr_t reserved1, std::intptr_t reserved2) const {
+  // Every operation but Info shares the signature of Exist.
+  const auto entry = reinterpret_cast<ExistExport>(Require(*this, operation + suffix));
+  return entry(kind, lcid, reserved1, reserved2);
+}
+
+HostResult LibraryUnderTest::Info(const std::string& suffix, std::int32_t kind, std::int32_t lcid, char* buffer,
+                                  std::int32_t* length) const {
+  const auto entry = reinterpret_cast<InfoExport>(Require(*this, "Info" + suffix));
+  return entry(kind, lcid, buffer, length);
+}
+
+}  // namespace kvil::test

@@ -1,0 +1,37 @@
+// The built kvilintg.dll, loaded as the setup tool loads it and called by export
+// name. Loading afresh per test also resets the library's cached product version.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+
+#include "host_contract.h"
+
+namespace kvil::test {
+
+class LibraryUnderTest {
+ public:
+  // Loads "kvilintg.dll" from the test executable's folder. Throws when missing.
+  LibraryUnderTest();
+  LibraryUnderTest(const LibraryUnderTest&) = delete;
+  LibraryUnderTest& operator=(const LibraryUnderTest&) = delete;
+  ~LibraryUnderTest();
+
+  // The named export, or null.
+  FARPROC Find(const std::string& exportName) const;
+
+  // operation + suffix ("Attach", "Editor"): calls the export. Throws when missing.
+  HostResult Call(const std::string& operation, const std::string& suffix, std::int32_t kind, std::int32_t lcid,
+                  std::intptr_t reserved1 = 0, std::intptr_t reserved2 = 0) const;
+  HostResult Info(const std::string& suffix, std::int32_t kind, std::int32_t lcid, char* buffer,
+                  std::int32_t* length) const;
+
+  HMODULE module() const { return module_; }
+
+ private:
+  HMODULE module_ = nullptr;
+};
+
+}  // namespace kvil::test

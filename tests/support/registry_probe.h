@@ -1,0 +1,54 @@
+// Direct registry access for arranging a machine and asserting what the library
+// left in it. Always the default view, no inheritance tricks: what a host would see.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace kvil::test {
+
+struct RegValue {
+  DWORD type = REG_NONE;
+  std::vector<std::uint8_t> bytes;
+
+  bool operator==(const RegValue&) const = default;
+};
+
+// How GoogleTest shows a value in a failed comparison: type, then the bytes.
+void PrintTo(const RegValue& value, std::ostream* out);
+
+// A value exactly as stored: its type and its raw bytes.
+std::optional<RegValue> ReadValue(HKEY root, const std::string& path, const std::string& name);
+// A REG_DWORD; nullopt when missing or of another type.
+std::optional<DWORD> ReadDword(HKEY root, const std::string& path, const std::string& name);
+// A REG_SZ or REG_EXPAND_SZ (not expanded), trailing NULs dropped; nullopt otherwise.
+std::optional<std::string> ReadText(HKEY root, const std::string& path, const std::string& name);
+
+bool KeyExists(HKEY root, const std::string& path);
+std::vector<std::string> SubkeyNames(HKEY root, const std::string& path);
+std::vector<std::string> ValueNames(HKEY root, const std::string& path);
+
+// Every value of a key, for comparing a whole record at once: REG_DWORD as its
+// decimal number, REG_SZ / REG_EXPAND_SZ as "sz:<text>", anything else "type <n>".
+std::map<std::string, std::string> DescribeValues(HKEY root, const std::string& path);
+
+void CreateKey(HKEY root, const std::string& path);
+// REG_SZ / REG_EXPAND_SZ stored with its terminating NUL.
+void WriteText(HKEY root, const std::string& path, const std::string& name, const std::string& text,
+               DWORD type = REG_SZ);
+void WriteDword(HKEY root, const std::string& path, const std::string& name, DWORD value);
+// Any type, bytes as given (no terminator added): for malformed data.
+void WriteRaw(HKEY root, const std::string& path, const std::string& name, DWORD type,
+              const std::vector<std::uint8_t>& bytes);
+
+// REG_SZ bytes as the library stores a string: with or without its terminator.
+RegValue SzValue(const std::string& text, bool withTerminator);
+RegValue DwordValue(DWORD value);
+
+}  // namespace kvil::test
