@@ -1,0 +1,152 @@
+#include "command_line.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <vector>
+
+#include "host_contract.h"
+#include "host_suffixes.h"
+#include "tool_kinds.h"
+
+namespace kvilhosts {
+namespace {
+
+// The languages the library has tables for; any other LCID would only exercise
+// the hosts' "unknown language" paths.
+constexpr std::array<std::int32_t, 11> kKnownLanguages = {
+    1049, 1058, 1033, 2057, 3081, 1031, 1034, 1036, 1040, 1046, 2070,
+};
+
+std::string Quoted(std::string_view text) {
+  std::string quoted = "'";
+  quoted += text;
+  quoted += '\'';
+  return quoted;
+}
+
+std::optional<Command> ParseCommand(std::string_view word) {
+  if (word == "list") return Command::kList;
+  if (word == "attach") return Command::kAttach;
+  if (word == "detach") return Command::kDetach;
+  if (word == "check") return Command::kCheck;
+  return std::nullopt;
+}
+
+}  // namespace
+
+const char kUsage[] =
+    "usage: kvilhosts [--dll PATH] list [--lang LANG] [--json]\n"
+    "       kvilhosts [--dll PATH] attach|detach|check SUFFIX TOOL LANG\n"
+    "       kvilhosts --help\n"
+    "\n"
+    "Surveys the host modules of kvilintg.dll through their exports, as the setup\n"
+    "tool does, or attaches, detaches or checks one tool for one host.\n"
+    "\n"
+    "  list      one row per host suffix: the application key and version Info\n"
+    "            reports, and per tool kind one word: attached (Check says so),\n"
+    "            available (Avail finds the product's files), installed (the host\n"
+    "            only), absent (no host), n/a (the host does not take that tool);\n"
+    "            'not built' when the DLL lacks the host's exports.\n"
+    "            --json prints the rows as a JSON array.\n"
+    "  attach    calls Attach<SUFFIX>; exit status 0 when it answers done\n"
+    "  detach    calls Detach<SUFFIX>; exit status 0 when it answers done\n"
+    "  check     calls Check<SUFFIX>; exit status 0 when the tool is attached\n"
+    "\n"
+    "  SUFFIX    a host suffix such as WW80, Editor or Unknown (any case)\n"
+    "  TOOL      speller, grammar, thesaurus, hyphenator, or 0 to 3\n"
+    "  LANG      ru, uk, or an LCID: 1049 1058 1033 2057 3081 1031 1034 1036\n"
+    "            1040 1046 2070 (list defaults to ru)\n"
+    "  --dll     the library to load, before or after the command; default:\n"
+    "            kvilintg.dll beside kvilhosts.exe\n"
+    "\n"
+    "Exit status: 0 success, 1 the library or the host said no, 2 usage error.\n";
+
+std::optional<std::int32_t> ParseToolKind(std::string_view text) {
+  for (std::int32_t kind = 0; kind < kvil::kToolKindCount; ++kind) {
+    if (EqualsIgnoringCase(text, kToolKindNames[kind])) return kind;
+  }
+  if (text.size() == 1 && text[0] >= '0' && text[0] < '0' + kvil::kToolKindCount) return text[0] - '0';
+  return std::nullopt;
+}
+
+std::optional<std::int32_t> ParseLanguage(std::string_view text) {
+  if (EqualsIgnoringCase(text, "ru")) return kRussian;
+  if (EqualsIgnoringCase(text, "uk")) return kUkrainian;
+  std::int32_t lcid = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, lcid);
+  if (error != std::errc{} || stop != end) return std::nullopt;
+  if (std::find(kKnownLanguages.begin(), kKnownLanguages.end(), lcid) == kKnownLanguages.end()) {
+    return std::nullopt;
+  }
+  return lcid;
+}
+
+ParsedCommandLine ParseCommandLine(std::span<const std::string_view> args) {
+  ParsedCommandLine parsed;
+  Invocation& invocation = parsed.invocation;
+  const auto fail = [&parsed](std::string message) {
+    parsed.usageError = std::move(message);
+    return parsed;
+  };
+
+  std::vector<std::string_view> positional;
+  std::optional<std::string_view> language;
+  for (std::size_t i = 0; i < args.size(); ++i) {
+    const std::string_view arg = args[i];
+    if (arg == "--help" || arg == "-h" || arg == "/?") {
+      invocation.command = Command::kHelp;
+      return parsed;
+    }
+    if (arg == "--dll" || arg == "--lang") {
+      if (i + 1 == args.size()) return fail(std::string(arg) + " needs a value");
+      const std::string_view value = args[++i];
+      if (arg == "--dll") {
+        invocation.libraryPath = std::string(value);
+      } else {
+        language = value;
+      }
+    } else if (arg == "--json") {
+      invocation.json = true;
+    } else if (arg.size() > 1 && arg[0] == '-' && !(arg[1] >= '0' && arg[1] <= '9')) {
+      // A negative number is left to the tool and language checks to reject.
+      return fail("unknown option " + Quoted(arg));
+    } else {
+      positional.push_back(arg);
+    }
+  }
+
+  if (positional.empty()) return fail("no command given");
+  const std::optional<Command> command = ParseCommand(positional[0]);
+  if (!command) return fail("unknown command " + Quoted(positional[0]));
+  invocation.command = *command;
+
+  if (invocation.command == Command::kList) {
+    if (positional.size() > 1) return fail("unexpected argument " + Quoted(positional[1]));
+    if (language) {
+      const std::optional<std::int32_t> lcid = ParseLanguage(*language);
+      if (!lcid) return fail("unknown language " + Quoted(*language));
+      invocation.lcid = *lcid;
+    }
+    return parsed;
+  }
+
+  const std::string_view commandWord = positional[0];
+  if (language || invocation.json) return fail("--lang and --json belong to list, not " + std::string(commandWord));
+  if (positional.size() < 4) return fail(std::string(commandWord) + " needs SUFFIX TOOL LANG");
+  if (positional.size() > 4) return fail("unexpected argument " + Quoted(positional[4]));
+
+  const std::optional<std::string_view> suffix = FindHostSuffix(positional[1]);
+  if (!suffix) return fail("unknown host suffix " + Quoted(positional[1]));
+  const std::optional<std::int32_t> kind = ParseToolKind(positional[2]);
+  if (!kind) return fail("unknown tool " + Quoted(positional[2]));
+  const std::optional<std::int32_t> lcid = ParseLanguage(positional[3]);
+  if (!lcid) return fail("unknown language " + Quoted(positional[3]));
+  invocation.suffix = *suffix;
+  invocation.kind = *kind;
+  invocation.lcid = *lcid;
+  return parsed;
+}
+
+}  // namespace kvilhosts

@@ -1,0 +1,44 @@
+// The survey tool's command line, checked completely before the library is
+// loaded, so a mistyped argument never reaches an export.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace kvilhosts {
+
+enum class Command { kHelp, kList, kAttach, kDetach, kCheck };
+
+inline constexpr std::int32_t kRussian = 1049;
+inline constexpr std::int32_t kUkrainian = 1058;
+
+struct Invocation {
+  Command command = Command::kHelp;
+  std::optional<std::string> libraryPath;  // --dll; the default library otherwise
+  // list
+  std::int32_t lcid = kRussian;
+  bool json = false;
+  // attach, detach, check
+  std::string_view suffix;  // the suffix table's spelling
+  std::int32_t kind = 0;
+};
+
+struct ParsedCommandLine {
+  Invocation invocation;
+  std::string usageError;  // one line, without the program name; empty when valid
+};
+
+// args excludes the program name.
+ParsedCommandLine ParseCommandLine(std::span<const std::string_view> args);
+
+// "speller" ... "hyphenator", or the kind's digit 0..3.
+std::optional<std::int32_t> ParseToolKind(std::string_view text);
+// An LCID the library knows, in decimal, or "ru" / "uk".
+std::optional<std::int32_t> ParseLanguage(std::string_view text);
+
+extern const char kUsage[];
+
+}  // namespace kvilhosts

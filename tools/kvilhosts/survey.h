@@ -1,0 +1,51 @@
+// The list command: what each host module says about itself and about each tool
+// kind, gathered through its exports and printed as a table or as JSON.
+#pragma once
+
+#include <windows.h>
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host_contract.h"
+#include "host_library.h"
+
+namespace kvilhosts {
+
+enum class ToolState {
+  kAttached,       // installed, and Check finds the product attached
+  kAvailable,      // installed, and Avail finds the product's files for it
+  kInstalled,      // installed, nothing more
+  kAbsent,         // the host is not installed
+  kNotApplicable,  // the host does not take this tool kind
+};
+std::string_view ToolStateWord(ToolState state);
+
+// Exist first; only an installed host is asked Check, then Avail.
+ToolState SurveyTool(const HostExports& host, std::int32_t kind, std::int32_t lcid);
+
+struct HostRow {
+  std::string_view suffix;
+  bool built = false;
+  HostInfo info;
+  std::array<ToolState, kvil::kToolKindCount> tools{};
+};
+
+// One row per suffix of the table, in its order; hosts that are not built are
+// never called.
+std::vector<HostRow> SurveyHosts(HMODULE module, std::int32_t lcid);
+
+// Columns aligned with two spaces between them, a header first, no trailing blanks.
+std::string FormatTable(std::span<const HostRow> rows);
+// An array with one object per row, one row per line.
+std::string FormatJson(std::span<const HostRow> rows);
+
+// A JSON string literal for ANSI text: the bytes are read in the system code page
+// and everything outside printable ASCII is written as \u escapes.
+std::string JsonString(std::string_view ansi);
+
+}  // namespace kvilhosts
