@@ -1,0 +1,102 @@
+// The demo machine: "kvildemo seed" installs the product, and in time the hosts
+// the library attaches it to, into the Windows machine it runs on (a private
+// Wine prefix), so that the DLL and the survey tool can be tried by hand.
+#include <windows.h>
+#include <shlobj.h>
+
+#include <array>
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "product_fixture.h"
+#include "win32_support.h"
+
+namespace {
+
+using kvil::test::InstalledProduct;
+using kvil::test::ProductOptions;
+
+// Each seeding step reports every thing it put on the machine, one line each.
+class SeedLog {
+ public:
+  explicit SeedLog(std::string_view step) : step_(step) {}
+  void Seeded(const std::string& what) const { std::printf("%s: %s\n", step_.c_str(), what.c_str()); }
+
+ private:
+  std::string step_;
+};
+
+struct SeedingStep {
+  const char* name;
+  void (*seed)(const SeedLog& log);
+};
+
+std::string CommonProgramsFolder() {
+  std::array<char, MAX_PATH> folder{};
+  const HRESULT status = SHGetFolderPathA(nullptr, CSIDL_COMMON_PROGRAMS, nullptr, SHGFP_TYPE_CURRENT, folder.data());
+  if (FAILED(status)) kvil::test::ThrowComError("cannot find the all-users Programs folder", status);
+  return folder.data();
+}
+
+// Kvil 8.0 with its Russian and Ukrainian engines, where its own setup puts it.
+void SeedProduct(const SeedLog& log) {
+  ProductOptions options;
+  options.majorVersion = 8;
+  options.productDir = "C:\\Program Files\\Kvil";
+  options.menuDir = CommonProgramsFolder() + "\\Kvil";
+  options.languages = {1049, 1058};
+  const InstalledProduct product = kvil::test::InstallProduct(options);
+
+  log.Seeded("uninstall entry HKLM\\" + product.uninstallKey + " (UninstallString " + options.productDir +
+             "\\uninst.exe, MenuLink " + options.menuDir + ")");
+  for (const int lcid : options.languages) {
+    log.Seeded("options HKLM\\" + product.OptionsKey(lcid) + " (Kvil startup dir " + product.StartupDir(lcid) + ")");
+  }
+  log.Seeded("product folder " + options.productDir + " (uninst.exe, KvilEditor.exe)");
+  for (const int lcid : options.languages) {
+    log.Seeded("start-up folder " + product.StartupDir(lcid) + " for " + std::to_string(lcid) +
+               " (engines, interface modules, hyphenators, lexicons)");
+  }
+  log.Seeded("shortcut " + options.menuDir + "\\Kvil Editor.lnk -> " + options.productDir + "\\KvilEditor.exe");
+}
+
+// What the demo machine holds, in seeding order. The product comes first: every
+// host step after it attaches to or looks for the product's files.
+const std::vector<SeedingStep>& DemoMachine() {
+  static const std::vector<SeedingStep> steps = {
+      {"product", SeedProduct},
+  };
+  return steps;
+}
+
+int Seed() {
+  const char* current = "COM";
+  try {
+    const kvil::test::ComApartment apartment;
+    for (const SeedingStep& step : DemoMachine()) {
+      current = step.name;
+      step.seed(SeedLog(step.name));
+    }
+    return 0;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "kvildemo: seeding %s failed: %s\n", current, error.what());
+    return 1;
+  }
+}
+
+int Usage() {
+  std::fprintf(stderr,
+               "usage: kvildemo seed\n"
+               "  seed  install Kvil 8.0 (Russian, Ukrainian) and the demo hosts into this machine\n");
+  return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc == 2 && std::string_view(argv[1]) == "seed") return Seed();
+  return Usage();
+}
