@@ -134,6 +134,33 @@ std::map<std::string, std::string> DescribeValues(HKEY root, const std::string& 
   return described;
 }
 
+namespace {
+void DescribeTreeInto(HKEY root, const std::string& path, const std::string& relative,
+                      std::map<std::string, std::string>& tree) {
+  tree[relative] = "key";
+  for (const auto& [name, value] : DescribeValues(root, path)) tree[relative + ":" + name] = value;
+  for (const std::string& subkey : SubkeyNames(root, path)) {
+    DescribeTreeInto(root, path + "\\" + subkey, relative.empty() ? subkey : relative + "\\" + subkey, tree);
+  }
+}
+}  // namespace
+
+std::map<std::string, std::string> DescribeTree(HKEY root, const std::string& path) {
+  std::map<std::string, std::string> tree;
+  if (KeyExists(root, path)) DescribeTreeInto(root, path, "", tree);
+  return tree;
+}
+
+std::map<std::string, std::string> Added(const std::map<std::string, std::string>& before,
+                                         const std::map<std::string, std::string>& after) {
+  std::map<std::string, std::string> added;
+  for (const auto& [name, value] : after) {
+    auto found = before.find(name);
+    if (found == before.end() || found->second != value) added[name] = value;
+  }
+  return added;
+}
+
 void CreateKey(HKEY root, const std::string& path) { CreateForWriting(root, path); }
 
 void WriteText(HKEY root, const std::string& path, const std::string& name, const std::string& text, DWORD type) {

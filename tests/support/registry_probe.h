@@ -38,6 +38,14 @@ std::vector<std::string> ValueNames(HKEY root, const std::string& path);
 // decimal number, REG_SZ / REG_EXPAND_SZ as "sz:<text>", anything else "type <n>".
 std::map<std::string, std::string> DescribeValues(HKEY root, const std::string& path);
 
+// Every key and value below path, for stating all that an operation left
+// behind: "<relative key>" -> "key" for each key, "<relative key>:<value>" -> the
+// value described as DescribeValues does. Missing path: empty.
+std::map<std::string, std::string> DescribeTree(HKEY root, const std::string& path);
+// What after has that before had not, or had otherwise.
+std::map<std::string, std::string> Added(const std::map<std::string, std::string>& before,
+                                         const std::map<std::string, std::string>& after);
+
 void CreateKey(HKEY root, const std::string& path);
 // REG_SZ / REG_EXPAND_SZ stored with its terminating NUL.
 void WriteText(HKEY root, const std::string& path, const std::string& name, const std::string& text,

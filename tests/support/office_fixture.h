@@ -1,0 +1,85 @@
+// The Office 95 and 97 hosts as their own setups leave them on a machine: the keys
+// the library looks for, the language values the hosts keep, the install roots and
+// the programs with their version resources. Registry under the current (in tests
+// redirected) hives; files under the folders given.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+namespace kvil::test {
+
+// Office 97's install root ("SOFTWARE\Microsoft\Office\8.0\<App>\InstallRoot"
+// "Path") for one application, and the shared program folder
+// ("...\8.0\Common\InstallRoot" "OfficeBin", stored with a trailing backslash).
+void SetOffice97InstallRoot(const std::string& application, const std::string& folder);
+void SetOffice97ProgramFolder(const std::string& folderWithTrailingBackslash);
+
+// Word 95: HKCU "Software\Microsoft\Word\7.0\Proofing Tools".
+void InstallWord95();
+// Word 97: HKCU "Software\Microsoft\Office\8.0\Word\Options" and the install root
+// of "Word" = officeFolder.
+void InstallWord97(const std::string& officeFolder);
+
+// Excel 95: "Speller" = "<lcid>\Normal" in HKCU "Software\Microsoft\Excel\7.0\Spell
+// Checker" and HKLM "SOFTWARE\Microsoft\New User Settings\Excel\7.0\Spell Checker".
+void InstallExcel95(int spellerLcid);
+// Excel 97: "Speller" = "<lcid>\Normal" in HKCU
+// "Software\Microsoft\Office\8.0\Excel\Spell Checker" and HKLM
+// "Software\Microsoft\Office\8.0\New User Settings\Excel\Spell Checker";
+// install root of "Excel" = officeFolder.
+void InstallExcel97(const std::string& officeFolder, int spellerLcid);
+
+// PowerPoint 95: "Speller" = "<lcid>\Normal" in HKCU
+// "Software\Microsoft\Office\PowerPoint\7.0\Spelling\Speller" (no NUS key).
+void InstallPowerPoint95(int spellerLcid);
+// PowerPoint 97: HKLM "Software\Microsoft\Office\8.0\PowerPoint" and the install
+// root of "PowerPoint" = officeFolder.
+void InstallPowerPoint97(const std::string& officeFolder);
+
+// Access 95: "Language ID" (REG_DWORD) = lcid in HKLM "SOFTWARE\Microsoft\Access\7.0\Speller".
+void InstallAccess95(DWORD languageLcid);
+// Access 97: "Language ID" = lcid in HKLM "SOFTWARE\Microsoft\Office\8.0\Access\Speller",
+// "OfficeBin" = officeFolder + "\" and officeFolder\MSACCESS.EXE (a versioned program, 8.0).
+void InstallAccess97(const std::string& officeFolder, DWORD languageLcid);
+
+// Outlook 97/98: "Speller" = "<lcid>\Normal" in HKCU
+// "Software\Microsoft\Office\8.0\Outlook\Options\Spelling" and HKLM
+// "SOFTWARE\Microsoft\Office\8.0\New User Settings\Outlook\Options\Spelling";
+// HKLM "SOFTWARE\Microsoft\Windows\CurrentVersion\App Paths\OUTLOOK.EXE" "Path" =
+// folder + "\" and folder\outlook.exe with file version major.minor.
+void InstallOutlook97(const std::string& folder, int spellerLcid, WORD major, WORD minor);
+
+// Publisher 98: HKCU "Software\Microsoft\Office\8.0\Publisher\5.0".
+void InstallPublisher98();
+
+// Another maker's registration in the shared proofing-tools tree:
+// HKLM "SOFTWARE\Microsoft\Shared Tools\Proofing Tools\<toolKey>\<lcid>\Normal"
+// with "Engine" and "Dictionary" (REG_SZ); the engine is written as a module of
+// that maker (8.0, "Microsoft Corporation") and the lexicon as a small file.
+void RegisterForeignProofingTool(const std::string& toolKey, int lcid, const std::string& enginePath,
+                                 const std::string& dictionaryPath);
+
+// The "Tahoma,0" entry of win.ini's [FontSubstitutes] as it was when constructed
+// is put back on destruction (removed when it was absent). Wine keeps this
+// section in the prefix's win.ini, not in the redirected registry.
+class FontSubstituteGuard {
+ public:
+  FontSubstituteGuard();
+  FontSubstituteGuard(const FontSubstituteGuard&) = delete;
+  FontSubstituteGuard& operator=(const FontSubstituteGuard&) = delete;
+  ~FontSubstituteGuard();
+
+ private:
+  bool present_ = false;
+  std::string value_;
+  // A section the guard finds without entries is removed again once it is empty.
+  bool sectionPresent_ = false;
+};
+// Reads the entry; "" when absent.
+std::string ReadTahomaSubstitute();
+// Writes the entry (nullptr removes it).
+void WriteTahomaSubstitute(const char* value);
+
+}  // namespace kvil::test
