@@ -1,6 +1,6 @@
-// The demo machine: "kvildemo seed" installs the product, and in time the hosts
-// the library attaches it to, into the Windows machine it runs on (a private
-// Wine prefix), so that the DLL and the survey tool can be tried by hand.
+// The demo machine: "kvildemo seed" installs the product and the hosts the
+// library attaches it to into the Windows machine it runs on (a private Wine
+// prefix), so that the DLL and the survey tool can be tried by hand.
 #include <windows.h>
 #include <shlobj.h>
 
@@ -11,7 +11,9 @@
 #include <string_view>
 #include <vector>
 
+#include "office_fixture.h"
 #include "product_fixture.h"
+#include "version_fixture.h"
 #include "win32_support.h"
 
 namespace {
@@ -63,11 +65,51 @@ void SeedProduct(const SeedLog& log) {
   log.Seeded("shortcut " + options.menuDir + "\\Kvil Editor.lnk -> " + options.productDir + "\\KvilEditor.exe");
 }
 
+// Office 97 as its setup leaves it: Word, Excel and Access in one folder, with
+// English as the language Excel and Access spell in before anything is attached.
+constexpr char kOffice97Folder[] = "C:\\Program Files\\Microsoft Office\\Office";
+constexpr int kEnglish = 1033;
+
+void SeedWord97(const SeedLog& log) {
+  kvil::test::CreateFolder(kOffice97Folder);
+  kvil::test::InstallWord97(kOffice97Folder);
+  log.Seeded("options HKCU\\Software\\Microsoft\\Office\\8.0\\Word\\Options");
+  log.Seeded(std::string("install root HKLM\\SOFTWARE\\Microsoft\\Office\\8.0\\Word\\InstallRoot (Path ") +
+             kOffice97Folder + ")");
+}
+
+void SeedExcel97(const SeedLog& log) {
+  kvil::test::CreateFolder(kOffice97Folder);
+  kvil::test::InstallExcel97(kOffice97Folder, kEnglish);
+  const std::string speller = " (Speller " + std::to_string(kEnglish) + "\\Normal)";
+  log.Seeded("speller HKCU\\Software\\Microsoft\\Office\\8.0\\Excel\\Spell Checker" + speller);
+  log.Seeded("speller HKLM\\Software\\Microsoft\\Office\\8.0\\New User Settings\\Excel\\Spell Checker" + speller);
+  log.Seeded(std::string("install root HKLM\\SOFTWARE\\Microsoft\\Office\\8.0\\Excel\\InstallRoot (Path ") +
+             kOffice97Folder + ")");
+}
+
+// Access draws Tahoma through win.ini's font substitute. Attaching a Russian or
+// Ukrainian speller points it at the Cyrillic character set and records what it
+// was, so the demo starts from a plain Western entry to show the change.
+void SeedAccess97(const SeedLog& log) {
+  kvil::test::InstallAccess97(kOffice97Folder, kEnglish);
+  kvil::test::WriteTahomaSubstitute("Tahoma,0");
+  log.Seeded("speller HKLM\\SOFTWARE\\Microsoft\\Office\\8.0\\Access\\Speller (Language ID " +
+             std::to_string(kEnglish) + ")");
+  log.Seeded(std::string("program folder HKLM\\SOFTWARE\\Microsoft\\Office\\8.0\\Common\\InstallRoot (OfficeBin ") +
+             kOffice97Folder + "\\)");
+  log.Seeded(std::string("program ") + kOffice97Folder + "\\MSACCESS.EXE (8.0)");
+  log.Seeded("font substitute win.ini [FontSubstitutes] Tahoma,0=Tahoma,0");
+}
+
 // What the demo machine holds, in seeding order. The product comes first: every
 // host step after it attaches to or looks for the product's files.
 const std::vector<SeedingStep>& DemoMachine() {
   static const std::vector<SeedingStep> steps = {
       {"product", SeedProduct},
+      {"Word 97", SeedWord97},
+      {"Excel 97", SeedExcel97},
+      {"Access 97", SeedAccess97},
   };
   return steps;
 }
@@ -90,7 +132,8 @@ int Seed() {
 int Usage() {
   std::fprintf(stderr,
                "usage: kvildemo seed\n"
-               "  seed  install Kvil 8.0 (Russian, Ukrainian) and the demo hosts into this machine\n");
+               "  seed  install Kvil 8.0 (Russian, Ukrainian), Word 97, Excel 97 and Access 97\n"
+               "        into this machine\n");
   return 2;
 }
 
