@@ -50,31 +50,24 @@ HostResult GuardExport(HostResult failure, Body&& body) noexcept {
 
 }  // namespace kvil
 
+// One export of a host: (kind, lcid, two reserved values) passed to the family's
+// operation with the member's row; anything thrown becomes 0.
+#define KVIL_HOST_EXPORT(Operation, Suffix, Ops, row)                                                    \
+  extern "C" kvil::HostResult Operation##Suffix(std::int32_t kind, std::int32_t lcid, std::intptr_t r1, \
+                                                std::intptr_t r2) {                                       \
+    return kvil::GuardExport(0, [&] { return Ops::Operation(row, kind, lcid, r1, r2); });                \
+  }
+
 // Produces the six extern "C" exports of one host from a family's operations and
 // the member's row. Ops provides static Exist, Info, Avail, Attach, Detach, Check
-// taking (const Row&, kind, lcid, ...).
-#define KVIL_HOST_EXPORTS(Suffix, Ops, row)                                                             \
-  extern "C" kvil::HostResult Exist##Suffix(std::int32_t kind, std::int32_t lcid, std::intptr_t r1,    \
-                                            std::intptr_t r2) {                                          \
-    return kvil::GuardExport(0, [&] { return Ops::Exist(row, kind, lcid, r1, r2); });                   \
-  }                                                                                                      \
-  extern "C" kvil::HostResult Info##Suffix(std::int32_t kind, std::int32_t lcid, char* buffer,          \
-                                           std::int32_t* length) {                                       \
-    return kvil::GuardExport(1, [&] { return Ops::Info(row, kind, lcid, buffer, length); });            \
-  }                                                                                                      \
-  extern "C" kvil::HostResult Avail##Suffix(std::int32_t kind, std::int32_t lcid, std::intptr_t r1,    \
-                                            std::intptr_t r2) {                                          \
-    return kvil::GuardExport(0, [&] { return Ops::Avail(row, kind, lcid, r1, r2); });                   \
-  }                                                                                                      \
-  extern "C" kvil::HostResult Attach##Suffix(std::int32_t kind, std::int32_t lcid, std::intptr_t r1,   \
-                                             std::intptr_t r2) {                                         \
-    return kvil::GuardExport(0, [&] { return Ops::Attach(row, kind, lcid, r1, r2); });                  \
-  }                                                                                                      \
-  extern "C" kvil::HostResult Detach##Suffix(std::int32_t kind, std::int32_t lcid, std::intptr_t r1,   \
-                                             std::intptr_t r2) {                                         \
-    return kvil::GuardExport(0, [&] { return Ops::Detach(row, kind, lcid, r1, r2); });                  \
-  }                                                                                                      \
-  extern "C" kvil::HostResult Check##Suffix(std::int32_t kind, std::int32_t lcid, std::intptr_t r1,    \
-                                            std::intptr_t r2) {                                          \
-    return kvil::GuardExport(0, [&] { return Ops::Check(row, kind, lcid, r1, r2); });                   \
-  }
+// taking (const Row&, kind, lcid, ...). Info never fails, so a throw there gives 1.
+#define KVIL_HOST_EXPORTS(Suffix, Ops, row)                                                     \
+  KVIL_HOST_EXPORT(Exist, Suffix, Ops, row)                                                     \
+  extern "C" kvil::HostResult Info##Suffix(std::int32_t kind, std::int32_t lcid, char* buffer,  \
+                                           std::int32_t* length) {                               \
+    return kvil::GuardExport(1, [&] { return Ops::Info(row, kind, lcid, buffer, length); });    \
+  }                                                                                              \
+  KVIL_HOST_EXPORT(Avail, Suffix, Ops, row)                                                     \
+  KVIL_HOST_EXPORT(Attach, Suffix, Ops, row)                                                    \
+  KVIL_HOST_EXPORT(Detach, Suffix, Ops, row)                                                    \
+  KVIL_HOST_EXPORT(Check, Suffix, Ops, row)
