@@ -17,10 +17,6 @@ constexpr const char* kProofingLeaves[] = {"Normal",      "Biological", "Busines
                                            "Technical",    "Concise",    "Complete"};
 constexpr const char* kRegistrationValues[] = {"Engine", "Dictionary"};
 
-LONG SetText(HKEY root, const char* key, const char* name, const char* text) {
-  return RegSetValueOpen(root, key, name, REG_SZ, text, static_cast<DWORD>(std::strlen(text) + 1));
-}
-
 bool NamesProduct(const char* path, const char* productFolder) {
   return productFolder != nullptr && *productFolder != '\0' && FindNoCase(path, productFolder) != nullptr;
 }
@@ -61,9 +57,9 @@ LONG WriteProofingValues(HKEY root, const char* keyPrefix, const char* enginePat
   PathText key;
   if (!key.Format("%s\\%d\\%s", keyPrefix, lcid, leaf)) return ERROR_INSUFFICIENT_BUFFER;
   // A half-written key never has an "Engine" without a "Dictionary".
-  LONG status = SetText(root, key.c_str(), "Dictionary", dictionaryPath);
+  LONG status = RegSetText(root, key.c_str(), "Dictionary", dictionaryPath);
   if (status != ERROR_SUCCESS) return status;
-  return SetText(root, key.c_str(), "Engine", enginePath);
+  return RegSetText(root, key.c_str(), "Engine", enginePath);
 }
 
 LONG RegisterProofingTool(HKEY root, const char* tree, const char* folder, const char* toolKey,
@@ -184,16 +180,9 @@ int WriteOwnRegistration(HKEY root, const char* base, const char* toolKey, int l
         RegReadString(root, key.c_str(), backupName.c_str(), existingBackup.data(), PathText::kCapacity)) {
       continue;
     }
-    if (SetText(root, key.c_str(), backupName.c_str(), current.c_str()) != ERROR_SUCCESS) return 0;
+    if (RegSetText(root, key.c_str(), backupName.c_str(), current.c_str()) != ERROR_SUCCESS) return 0;
   }
-  PathText prefix;
-  if (!prefix.Format("%s\\%s", base, toolKey)) return 0;
-  PathText engine;
-  PathText dictionary;
-  if (!engine.Format("%s\\%s", folder, engineName) || !dictionary.Format("%s\\%s", folder, dictionaryName)) return 0;
-  return WriteProofingValues(root, prefix.c_str(), engine.c_str(), dictionary.c_str(), 0, lcid) == ERROR_SUCCESS
-             ? 1
-             : 0;
+  return RegisterProofingTool(root, base, folder, toolKey, engineName, dictionaryName, lcid) == ERROR_SUCCESS ? 1 : 0;
 }
 
 int RestoreOwnRegistration(HKEY root, const char* base, const char* toolKey, int lcid, const char* productFolder) {
@@ -211,7 +200,7 @@ int RestoreOwnRegistration(HKEY root, const char* base, const char* toolKey, int
     PathText current;
     if (!BackupValueName(backupName, valueName)) return 0;
     if (RegReadString(root, key.c_str(), backupName.c_str(), saved.data(), PathText::kCapacity)) {
-      restored = SetText(root, key.c_str(), valueName, saved.c_str()) == ERROR_SUCCESS &&
+      restored = RegSetText(root, key.c_str(), valueName, saved.c_str()) == ERROR_SUCCESS &&
                  RegDeleteValueAt(root, key.c_str(), backupName.c_str()) == ERROR_SUCCESS && restored;
     } else if (RegReadString(root, key.c_str(), valueName, current.data(), PathText::kCapacity) &&
                NamesProduct(current.c_str(), productFolder)) {

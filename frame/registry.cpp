@@ -200,6 +200,10 @@ LONG RegSetDword(HKEY root, const char* path, const char* name, DWORD value) {
   return RegSetValueOpen(root, path, name, REG_DWORD, &value, sizeof value);
 }
 
+LONG RegSetText(HKEY root, const char* path, const char* name, const char* text) {
+  return RegSetValueOpen(root, path, name, REG_SZ, text, static_cast<DWORD>(std::strlen(text) + 1));
+}
+
 int RegSetString(const char* path, const char* name, const char* text) {
   return RegSetValueOpen(HKEY_LOCAL_MACHINE, path, name, REG_SZ, text, static_cast<DWORD>(std::strlen(text))) ==
                  ERROR_SUCCESS

@@ -33,6 +33,9 @@ bool RegReadDword(HKEY root, const char* path, const char* name, DWORD* value);
 // Writes a REG_DWORD through RegSetValueOpen.
 LONG RegSetDword(HKEY root, const char* path, const char* name, DWORD value);
 
+// REG_SZ stored with its terminator, through RegSetValueOpen.
+LONG RegSetText(HKEY root, const char* path, const char* name, const char* text);
+
 // REG_SZ under HKEY_LOCAL_MACHINE, stored without its terminator. 1 or 0.
 int RegSetString(const char* path, const char* name, const char* text);
 

@@ -250,13 +250,9 @@ bool WriteHostLanguage(const Office97Host& host, int lcid) {
   }
   PathText speller;
   speller.Format("%d\\%s", lcid, "Normal");
-  const DWORD length = static_cast<DWORD>(speller.size() + 1);
-  if (RegSetValueOpen(host.hostRoot, host.hostKey, "Speller", REG_SZ, speller.c_str(), length) != ERROR_SUCCESS) {
-    return false;
-  }
+  if (RegSetText(host.hostRoot, host.hostKey, "Speller", speller.c_str()) != ERROR_SUCCESS) return false;
   return host.newUserKey == nullptr ||
-         RegSetValueOpen(HKEY_LOCAL_MACHINE, host.newUserKey, "Speller", REG_SZ, speller.c_str(), length) ==
-             ERROR_SUCCESS;
+         RegSetText(HKEY_LOCAL_MACHINE, host.newUserKey, "Speller", speller.c_str()) == ERROR_SUCCESS;
 }
 
 // Word 95's own keys: the user's first, whose result counts, then the copy new
