@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "bounded_text.h"
+#include "classic_host.h"
 #include "conditions.h"
 #include "contract.h"
 #include "files.h"
@@ -21,18 +22,9 @@
 namespace kvil {
 namespace {
 
-constexpr int kRussian = 1049;
-constexpr int kUkrainian = 1058;
-constexpr int kUsEnglish = 1033;
-constexpr std::size_t kHostVersionCapacity = 10;
+using namespace classic;
 
-constexpr unsigned Kinds(std::initializer_list<int> kinds) {
-  unsigned mask = 0;
-  for (int kind : kinds) mask |= 1u << kind;
-  return mask;
-}
-constexpr unsigned kAllKinds = Kinds({kSpeller, kGrammar, kThesaurus, kHyphenator});
-constexpr unsigned kSpellerOnly = Kinds({kSpeller});
+constexpr std::size_t kHostVersionCapacity = 10;
 
 // What a host keeps of its own that Attach changes and Detach puts back.
 enum class HostValue {
@@ -78,8 +70,6 @@ struct Office97Host {
 };
 
 // Exist's condition lists: the key each host's setup leaves behind.
-#define KVIL_KEY_PRESENT(root, path) \
-  {{kRegistryCondition, root, path, nullptr, nullptr, nullptr}, {kEndOfConditions, nullptr, nullptr, nullptr, nullptr, nullptr}}
 const ConditionRecord kWord95Installed[] = KVIL_KEY_PRESENT(HKEY_CURRENT_USER, kWord7ProofingTree);
 const ConditionRecord kWord97Installed[] =
     KVIL_KEY_PRESENT(HKEY_CURRENT_USER, "Software\\Microsoft\\Office\\8.0\\Word\\Options");
@@ -99,7 +89,6 @@ const ConditionRecord kOutlook97Installed[] =
     KVIL_KEY_PRESENT(HKEY_CURRENT_USER, "Software\\Microsoft\\Office\\8.0\\Outlook\\Options\\Spelling");
 const ConditionRecord kPublisher98Installed[] =
     KVIL_KEY_PRESENT(HKEY_CURRENT_USER, "Software\\Microsoft\\Office\\8.0\\Publisher\\5.0");
-#undef KVIL_KEY_PRESENT
 
 const Office97Host kWord95{
     .applicationKey = "WINWORD", .version = "7.0", .versionFromOutlook = false, .kinds = kAllKinds,
@@ -190,11 +179,9 @@ const Office97Host kPublisher98{
 
 enum class Operation { kExist, kOther };
 
-// The answer to a tool kind the member does not take, or nothing when it takes it.
 std::optional<HostResult> RefuseKind(const Office97Host& host, int kind, Operation operation) {
-  if (IsToolKind(kind) && (host.kinds & (1u << kind)) != 0) return std::nullopt;
-  if (IsToolKind(kind)) return kNotApplicable;
-  return operation == Operation::kOther && host.outsideKindsNotApplicable ? kNotApplicable : 0;
+  const bool notApplicable = operation == Operation::kOther && host.outsideKindsNotApplicable;
+  return classic::RefuseKind(host.kinds, kind, notApplicable ? kNotApplicable : 0);
 }
 
 // The version string the member files its records under.
@@ -275,50 +262,6 @@ bool RestoreOwnRegistrations(const Office97Host& host, const char* toolKey, int 
   return user && newUsers;
 }
 
-// Access draws Tahoma with the Cyrillic character set once "Tahoma,0" is
-// substituted by "Tahoma,204" in the user's profile. The entry it replaces is
-// kept in the record, unless it was that already or absent.
-class TahomaSubstitute {
- public:
-  static constexpr const char kSection[] = "FontSubstitutes";
-  static constexpr const char kEntry[] = "Tahoma,0";
-  static constexpr const char kCyrillic[] = "Tahoma,204";
-
-  void Apply() {
-    std::memset(original_, 0, sizeof original_);
-    GetProfileStringA(kSection, kEntry, kCyrillic, original_, sizeof original_);
-    WriteProfileStringA(kSection, kEntry, kCyrillic);
-    applied_ = true;
-  }
-
-  void StoreOriginal(const char* recordKey) const {
-    if (!applied_ || original_[0] == '\0' || std::strcmp(original_, kCyrillic) == 0) return;
-    RegSetValueOpen(HKEY_LOCAL_MACHINE, recordKey, "Tahoma orig setting", REG_SZ, original_, sizeof original_);
-  }
-
-  // Every Access module puts the entry back from the Access 2002 record, and only
-  // while the other language is not attached there.
-  static void Restore(int kind, int lcid) {
-    int otherLanguage = lcid == kRussian ? kUkrainian : lcid == kUkrainian ? kRussian : 0;
-    if (otherLanguage == 0 || CheckAttachedFlag(kind, otherLanguage, "MSACCESS", "10.0", kWord7Tree) != 0) return;
-    RecordKeyText recordKey;
-    if (!BuildRecordKey(recordKey.data(), RecordKeyText::kCapacity, "MSACCESS", "10.0", ToolKeyName(kind, kWord7Tree),
-                        lcid)) {
-      return;
-    }
-    PathText original;
-    if (RegReadString(HKEY_LOCAL_MACHINE, recordKey.c_str(), "Tahoma orig setting", original.data(),
-                      PathText::kCapacity) &&
-        !original.empty()) {
-      WriteProfileStringA(kSection, kEntry, original.c_str());
-    }
-  }
-
- private:
-  char original_[kPathCapacity] = {};
-  bool applied_ = false;
-};
-
 struct Office97Ops {
   static HostResult Exist(const Office97Host& host, int kind, int, std::intptr_t, std::intptr_t) {
     if (auto refusal = RefuseKind(host, kind, Operation::kExist)) return *refusal;
@@ -344,38 +287,20 @@ struct Office97Ops {
 
   static HostResult Avail(const Office97Host& host, int kind, int lcid, std::intptr_t, std::intptr_t) {
     if (auto refusal = RefuseKind(host, kind, Operation::kOther)) return *refusal;
-    PathText engine;
-    PathText lexicon;
-    PathText folder;
-    BuildEngineFileName(kind, lcid, engine.data(), PathText::kCapacity, nullptr);
-    BuildEngineFileName(kind, lcid, lexicon.data(), PathText::kCapacity, "NORM");
-    DWORD length = PathText::kCapacity;
-    if (!GetStartupDir(folder.data(), &length, lcid)) return 0;
-    if (Exist(host, kind, lcid, 0, 0) == 0) return 0;
-    return AvailFiles(folder.data(), engine.c_str(), lexicon.c_str(), ToolKeyName(kind, kWord7Tree), lcid, 0);
+    return AvailInStartupFolder(kind, lcid, Exist(host, kind, lcid, 0, 0));
   }
 
   static HostResult Attach(const Office97Host& host, int kind, int lcid, std::intptr_t, std::intptr_t) {
     if (auto refusal = RefuseKind(host, kind, Operation::kOther)) return *refusal;
-    WorkBuffer folder;
-    WorkBuffer engine;
-    WorkBuffer lexicon;
-    WorkBuffer recordKey;
-    if (!folder.Allocate(kPathCapacity) || !engine.Allocate(kPathCapacity) || !lexicon.Allocate(kPathCapacity) ||
-        !recordKey.Allocate(kRecordKeyCapacity)) {
-      return 0;
-    }
+    AttachFiles files;
+    if (!files.Allocate()) return 0;
     const HostVersion version(host);
-    DWORD length = kPathCapacity;
-    if (!GetStartupDir(folder.data(), &length, lcid)) return 0;
+    const HostRecord record{host.applicationKey, version.c_str(), host.generation};
+    if (!files.Find(kind, lcid)) return 0;
     TahomaSubstitute tahoma;
-    if (host.fixesTahoma && (lcid == kRussian || lcid == kUkrainian)) tahoma.Apply();
-    BuildEngineFileName(kind, lcid, engine.data(), kPathCapacity, nullptr);
-    BuildEngineFileName(kind, lcid, lexicon.data(), kPathCapacity, "NORM");
+    if (host.fixesTahoma) tahoma.Apply(lcid);
     const char* toolKey = ToolKeyName(kind, host.generation);
-    if (!BuildRecordKey(recordKey.data(), kRecordKeyCapacity, host.applicationKey, version.c_str(), toolKey, lcid)) {
-      return 0;
-    }
+    if (!files.BuildRecord(record, kind, lcid)) return 0;
 
     const bool changesLanguage =
         host.hostValue == HostValue::kSpellerValue || host.hostValue == HostValue::kAccessLanguage;
@@ -384,16 +309,16 @@ struct Office97Ops {
     if (changesLanguage) {
       succeeded = WriteHostLanguage(host, lcid);
     } else if (host.hostValue == HostValue::kOwnRegistration) {
-      succeeded = WriteOwnRegistrations(host, toolKey, lcid, folder.data(), engine.data(), lexicon.data());
+      succeeded = WriteOwnRegistrations(host, toolKey, lcid, files.folder(), files.engine(), files.lexicon());
     }
-    if (succeeded && (host.sharedRegistrationKinds & (1u << kind)) != 0) {
-      succeeded = RegisterProofingToolShared(toolKey, folder.data(), engine.data(), lexicon.data(), lcid) != 0;
+    if (succeeded && TakesKind(host.sharedRegistrationKinds, kind)) {
+      succeeded = RegisterProofingToolShared(toolKey, files.folder(), files.engine(), files.lexicon(), lcid) != 0;
     }
     if (succeeded) {
       succeeded = host.recordWriter == RecordWriter::kPlain
-                      ? WriteAttachRecord(recordKey.data(), kind, lcid, host.generation, host.plainRecordMode) != 0
-                      : WriteAttachRecordSaved(recordKey.data(), kind, lcid, savedLanguage, host.generation) != 0;
-      tahoma.StoreOriginal(recordKey.data());
+                      ? WriteAttachRecord(files.recordKey(), kind, lcid, host.generation, host.plainRecordMode) != 0
+                      : WriteAttachRecordSaved(files.recordKey(), kind, lcid, savedLanguage, host.generation) != 0;
+      tahoma.StoreOriginal(files.recordKey());
     }
     if (!succeeded && changesLanguage) {
       // The host gets its own language back and the record says not attached.
@@ -406,37 +331,36 @@ struct Office97Ops {
   static HostResult Detach(const Office97Host& host, int kind, int lcid, std::intptr_t, std::intptr_t) {
     if (auto refusal = RefuseKind(host, kind, Operation::kOther)) return *refusal;
     const HostVersion version(host);
-    const int cleared = SetAttachedFlag(kind, lcid, host.applicationKey, version.c_str(), host.generation, 0);
-    if (host.hostValue == HostValue::kNone) return cleared;
-    if (host.hostValue == HostValue::kOwnRegistration && !cleared) return 0;
-    if (Exist(host, kind, lcid, 0, 0) == 0) return 1;  // nothing left of the host to put back
-
-    bool restored = false;
-    if (host.hostValue == HostValue::kOwnRegistration) {
-      restored = RestoreOwnRegistrations(host, ToolKeyName(kind, host.generation), lcid);
-    } else {
-      if (host.fixesTahoma) TahomaSubstitute::Restore(kind, lcid);
-      const DWORD saved =
-          ReadSavedLID(host.applicationKey, version.c_str(), ToolKeyName(kind, host.generation), lcid);
-      restored = saved != 0 && cleared && WriteHostLanguage(host, static_cast<int>(saved));
+    const HostRecord record{host.applicationKey, version.c_str(), host.generation};
+    auto hostExists = [&] { return Exist(host, kind, lcid, 0, 0) != 0; };
+    switch (host.hostValue) {
+      case HostValue::kNone:
+        return SetAttachedFlag(kind, lcid, host.applicationKey, version.c_str(), host.generation, 0);
+      case HostValue::kOwnRegistration: {
+        if (!SetAttachedFlag(kind, lcid, host.applicationKey, version.c_str(), host.generation, 0)) return 0;
+        if (!hostExists() || RestoreOwnRegistrations(host, ToolKeyName(kind, host.generation), lcid)) return 1;
+        SetAttachedFlag(kind, lcid, host.applicationKey, version.c_str(), host.generation, 1);
+        return 0;
+      }
+      case HostValue::kSpellerValue:
+      case HostValue::kAccessLanguage:
+        break;
     }
-    if (restored) return 1;
-    SetAttachedFlag(kind, lcid, host.applicationKey, version.c_str(), host.generation, 1);
-    return 0;
+    if (host.fixesTahoma && hostExists()) TahomaSubstitute::Restore(kind, lcid);
+    return DetachRestoringLanguage(record, kind, lcid, hostExists,
+                                   [&](int saved) { return WriteHostLanguage(host, saved); });
   }
 
   static HostResult Check(const Office97Host& host, int kind, int lcid, std::intptr_t, std::intptr_t) {
     if (auto refusal = RefuseKind(host, kind, Operation::kOther)) return *refusal;
     const HostVersion version(host);
+    const HostRecord record{host.applicationKey, version.c_str(), host.generation};
+    if (host.hostValue != HostValue::kOwnRegistration) return CheckSharedRegistration(record, kind, lcid);
+    // Word 95 reads its own registration in the user's key.
     if (CheckAttachedFlag(kind, lcid, host.applicationKey, version.c_str(), host.generation) != 1) return 0;
-    // Word 95 reads its own registration; the others the shared one.
-    const bool ownRegistration = host.hostValue == HostValue::kOwnRegistration;
     PathText key;
-    if (!key.Format("%s\\%s\\%d\\%s", ownRegistration ? host.hostKey : kSharedProofingTree,
-                    ToolKeyName(kind, host.generation), lcid, "Normal")) {
-      return 0;
-    }
-    return CheckProofingEngine(ownRegistration ? host.hostRoot : HKEY_LOCAL_MACHINE, key.c_str(), 0) ? 1 : 0;
+    if (!key.Format("%s\\%s\\%d\\%s", host.hostKey, ToolKeyName(kind, host.generation), lcid, "Normal")) return 0;
+    return CheckProofingEngine(host.hostRoot, key.c_str(), 0) ? 1 : 0;
   }
 };
 
