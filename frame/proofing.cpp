@@ -86,9 +86,12 @@ int SaveForeignConnection(const char* folder, const char* toolKey, const char* e
        {&productDictionary, &productEngine, &sharedKey, &registeredEngine, &registeredDictionary, &backupKey}) {
     if (!buffer->Allocate(kPathCapacity)) return 0;
   }
-  if (!FormatBounded(productDictionary.data(), kPathCapacity, "%s\\%s", folder, dictionaryName) ||
-      !FormatBounded(productEngine.data(), kPathCapacity, "%s\\%s", folder, engineName) ||
-      !FormatBounded(sharedKey.data(), kPathCapacity, "%s\\%s\\%d\\%s", kSharedProofingTree, toolKey, lcid,
+  // The product's own paths are only compared: when they do not fit a path, no
+  // registration can be the product's, and what is registered is kept.
+  const bool productPathsFit =
+      FormatBounded(productDictionary.data(), kPathCapacity, "%s\\%s", folder, dictionaryName) &&
+      FormatBounded(productEngine.data(), kPathCapacity, "%s\\%s", folder, engineName);
+  if (!FormatBounded(sharedKey.data(), kPathCapacity, "%s\\%s\\%d\\%s", kSharedProofingTree, toolKey, lcid,
                      "Normal") ||
       !FormatBounded(backupKey.data(), kPathCapacity, "%s\\%s\\%s\\%s", kMakerRoot, GetKvilVersionKey(),
                      "Saved connections", toolKey)) {
@@ -100,7 +103,7 @@ int SaveForeignConnection(const char* folder, const char* toolKey, const char* e
   LONG status;
   if (!registered) {
     status = WriteProofingValues(HKEY_LOCAL_MACHINE, backupKey.data(), "", "", 0, lcid);
-  } else if (_stricmp(registeredEngine.data(), productEngine.data()) == 0 &&
+  } else if (productPathsFit && _stricmp(registeredEngine.data(), productEngine.data()) == 0 &&
              _stricmp(registeredDictionary.data(), productDictionary.data()) == 0) {
     return 1;  // already the product's: the first foreign backup stays as it is
   } else {
