@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "office.h"
 #include "product.h"
 #include "proofing.h"
 #include "registry.h"
@@ -48,6 +49,21 @@ HostResult CheckSharedRegistration(const HostRecord& record, int kind, int lcid)
   const char* toolKey = ToolKeyName(kind, record.generation);
   if (toolKey == nullptr || !key.Format("%s\\%s\\%d\\%s", kSharedProofingTree, toolKey, lcid, "Normal")) return 0;
   return CheckProofingEngine(HKEY_LOCAL_MACHINE, key.c_str(), 0) ? 1 : 0;
+}
+
+void WriteOffice2003ApplicationRecord(const char* applicationKey, const char* displayName) {
+  constexpr int kOffice2003 = 11;
+  RecordKeyText key;
+  if (!key.Format("%s\\%s\\Products\\%s\\%d.0", kMakerRoot, GetKvilVersionKey(), applicationKey, kOffice2003)) return;
+  PathText folder;
+  if (GetOfficeInstallRoot(kOffice2003, "Word", folder.data(), PathText::kCapacity, true)) {
+    PathText program;
+    const char* separator = !folder.empty() && folder.view().back() == '\\' ? "" : "\\";
+    if (program.Format("%s%s%s.exe", folder.c_str(), separator, applicationKey)) {
+      RegSetString(key.c_str(), "Path", program.c_str());
+    }
+  }
+  RegSetString(key.c_str(), "Name", displayName);
 }
 
 namespace {

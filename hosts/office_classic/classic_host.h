@@ -111,4 +111,10 @@ class TahomaSubstitute {
   bool applied_ = false;
 };
 
+// Office 2003's hosts record the application itself under
+// "...\Products\<application key>\11.0": "Path" is Office 2003's folder (Word's
+// install root, else the Common one) with "<application key>.exe", "Name" the
+// display name. Failures are not reported: the record only informs the product.
+void WriteOffice2003ApplicationRecord(const char* applicationKey, const char* displayName);
+
 }  // namespace kvil::classic
