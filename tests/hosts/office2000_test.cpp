@@ -183,49 +183,28 @@ TEST_F(Office2000, EveryMembersTypicalRequest) {
   }
 }
 
-TEST_F(Office2000, Word2000SpellerLeavesExactlyTheseKeysAndValues) {
+TEST_F(Office2000, Word2000SpellerPointsTheInstallersComponentsAtTheProduct) {
   InstallOfficeApplication(9, "Word", office_);
   RegisterRussianSpellerComponents();
-  RegisterForeignProofingTool("Spelling", 1049, office_ + "\\Proof\\MSSP3RU.DLL", office_ + "\\Proof\\MSSP3RU.LEX");
-  const auto machineBefore = DescribeTree(HKEY_LOCAL_MACHINE, "SOFTWARE");
-
   ASSERT_EQ(Call("Attach", "WW90", 0), 1u);
-
-  const std::string components = "Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\S-1-5-18\\Components\\";
-  const std::string engine = components + kRussianSpellerEngineComponent + ":";
-  const std::string lexicon = components + kRussianSpellerLexiconComponent + ":";
-  const std::string kvil = "Tervane\\Kvil\\8.0\\";
-  const std::string saved = kvil + "Saved connections\\Spelling\\1049\\Normal";
-  const std::string record = kvil + "Products\\WINWORD\\9.0\\Spelling\\1049";
-  const std::string shared = "Microsoft\\Shared Tools\\Proofing Tools\\Spelling\\1049\\Normal";
+  const std::string engine = std::string(kRussianSpellerEngineComponent) + ":";
+  const std::string lexicon = std::string(kRussianSpellerLexiconComponent) + ":";
   const std::string packed = kOffice2000RussianPacked;
-  EXPECT_EQ(Added(machineBefore, DescribeTree(HKEY_LOCAL_MACHINE, "SOFTWARE")),
+  EXPECT_EQ(DescribeTree(HKEY_LOCAL_MACHINE, kLocalSystemComponents),
             (Values{
+                {"", "key"},
+                {kRussianSpellerEngineComponent, "key"},
                 {engine + packed, InStartup("kvilsp3.dll")},
                 {engine + "Saved by Kvil 8:" + packed, "sz:" + office_ + "\\Proof\\MSSP3RU.DLL"},
+                {kRussianSpellerLexiconComponent, "key"},
                 {lexicon + packed, InStartup("SPRUNORM.LEX")},
                 {lexicon + "Saved by Kvil 8:" + packed, "sz:" + office_ + "\\Proof\\MSSP3RU.LEX"},
-                {shared + ":Engine", InStartup("kvilsp3.dll")},
-                {shared + ":Dictionary", InStartup("SPRUNORM.LEX")},
-                {kvil + "Saved connections", "key"},
-                {kvil + "Saved connections\\Spelling", "key"},
-                {kvil + "Saved connections\\Spelling\\1049", "key"},
-                {saved, "key"},
-                {saved + ":Engine", "sz:" + office_ + "\\Proof\\MSSP3RU.DLL"},
-                {saved + ":Dictionary", "sz:" + office_ + "\\Proof\\MSSP3RU.LEX"},
-                {kvil + "Products", "key"},
-                {kvil + "Products\\WINWORD", "key"},
-                {kvil + "Products\\WINWORD\\9.0", "key"},
-                {kvil + "Products\\WINWORD\\9.0\\Spelling", "key"},
-                {record, "key"},
-                {record + ":Learning", "1"},
-                {record + ":StrictYO", "1"},
-                {record + ":Original LID", "1033"},
-                {record + ":Action", "1"},
-                {record + ":Attached", "1"},
-                {record + ":Supplement dictionaries", "sz:Normal"},
             }));
-  EXPECT_EQ(Call("Check", "WW90", 0), 1u);
+  // Detach leaves Office with the product's engine.
+  ASSERT_EQ(Call("Detach", "WW90", 0), 1u);
+  EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, std::string(kLocalSystemComponents) + "\\" + kRussianSpellerEngineComponent,
+                     packed),
+            startup_ + "\\kvilsp3.dll");
 }
 
 TEST_F(Office2000, Publisher2002AnswersNotApplicableWhateverItFinds) {
