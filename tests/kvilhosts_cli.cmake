@@ -97,6 +97,13 @@ set(clean_machine_rows
   "MSPub100|MSPUB|10.0|n/a|n/a|n/a|n/a"
   "MSPub11|MSPUB|11.0|absent|n/a|absent|absent"
   "InfoPath11|INFOPATH|11.0|absent|n/a|n/a|n/a"
+  # Works takes the speller and the thesaurus; FoxPro and the mail clients the
+  # speller alone.
+  "WK40|MSWORKS|4.0|absent|n/a|absent|n/a"
+  "WK45|MSWORKS|4.5|absent|n/a|absent|n/a"
+  "VFP30|VFP|3.0|absent|n/a|n/a|n/a"
+  "EXCH40|EXCHNG32|4.0|absent|n/a|n/a|n/a"
+  "MAIL|MAILNEWS|2.0|absent|n/a|n/a|n/a"
   "Editor|KVILEDITOR|14.0|installed|installed|installed|installed"
   "Unknown|Unknown|0.0|available|available|available|available"
 )
