@@ -82,6 +82,21 @@ set(clean_machine_rows
   "ACC80|MSACCESS|8.0|absent|n/a|n/a|n/a"
   "OUTL97|OUTLOOK|8.0|absent|n/a|n/a|n/a"
   "MSPub98|MSPUB|5.0|absent|n/a|n/a|absent"
+  # Office 2000 to 2003 likewise; Publisher 2003 adds the thesaurus, and
+  # Publisher 2002 answers "not applicable" to every tool, installed or not.
+  "WW90|WINWORD|9.0|absent|absent|absent|absent"
+  "WW100|WINWORD|10.0|absent|absent|absent|absent"
+  "WW11|WINWORD|11.0|absent|absent|absent|absent"
+  "EX90|EXCEL|9.0|absent|n/a|n/a|n/a"
+  "EX11|EXCEL|11.0|absent|n/a|n/a|n/a"
+  "PP100|POWERPNT|10.0|absent|n/a|n/a|n/a"
+  "ACC90|MSACCESS|9.0|absent|n/a|n/a|n/a"
+  "OUTL2002|OUTLOOK|10.0|absent|n/a|n/a|n/a"
+  "OUTL11|OUTLOOK|11.0|absent|n/a|n/a|n/a"
+  "MSPub90|MSPUB|6.0|absent|n/a|n/a|absent"
+  "MSPub100|MSPUB|10.0|n/a|n/a|n/a|n/a"
+  "MSPub11|MSPUB|11.0|absent|n/a|absent|absent"
+  "InfoPath11|INFOPATH|11.0|absent|n/a|n/a|n/a"
   "Editor|KVILEDITOR|14.0|installed|installed|installed|installed"
   "Unknown|Unknown|0.0|available|available|available|available"
 )

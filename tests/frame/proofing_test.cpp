@@ -71,6 +71,16 @@ TEST_F(ProofingRegistration, AFailedBackupReportsSuccessWithoutWriting) {
   EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Shared Tools\\Proofing Tools\\" + longTool));
 }
 
+TEST_F(ProofingRegistration, AFolderTooDeepForItsFilesKeepsTheRegistrationAndFails) {
+  WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, "Engine", "C:\\MSOffice\\MSSP2_RU.DLL");
+  WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, "Dictionary", "C:\\MSOffice\\MSSP2_RU.LEX");
+  const Values foreign = DescribeValues(HKEY_LOCAL_MACHINE, kSharedSpelling);
+  const std::string deep = "C:\\" + std::string(250, 'x');
+  EXPECT_EQ(RegisterProofingToolShared("Spelling", deep.c_str(), "kvilsp3.dll", "SPRUNORM.LEX", 1049), 0);
+  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSharedSpelling), foreign);
+  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSavedSpelling), foreign);
+}
+
 TEST_F(ProofingRegistration, LeavesFollowTheStyleTable) {
   const std::string prefix = "SOFTWARE\\Tervane\\Kvil\\8.0\\Proofing Tools\\Spelling";
   EXPECT_EQ(WriteProofingValues(HKEY_LOCAL_MACHINE, prefix.c_str(), "e.dll", "d.lex", 13, 1049),

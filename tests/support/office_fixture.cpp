@@ -140,6 +140,35 @@ void InstallOutlook97(const std::string& folder, int spellerLcid, WORD major, WO
 
 void InstallPublisher98() { CreateKey(HKEY_CURRENT_USER, "Software\\Microsoft\\Office\\8.0\\Publisher\\5.0"); }
 
+void InstallOfficeApplication(int officeVersion, const std::string& application, const std::string& officeFolder) {
+  const std::string office = "SOFTWARE\\Microsoft\\Office\\" + std::to_string(officeVersion) + ".0\\";
+  if (application == "Publisher") {
+    CreateKey(HKEY_CURRENT_USER, "Software\\Microsoft\\Office\\" + std::to_string(officeVersion) + ".0\\Publisher");
+  } else if (application == "InfoPath") {
+    CreateKey(HKEY_LOCAL_MACHINE, office + "Infopath\\Speller");
+    return;
+  } else {
+    CreateKey(HKEY_LOCAL_MACHINE, office + application + (application == "Access" ? "\\Speller" : ""));
+  }
+  SetOfficeInstallRoot(officeVersion, application, officeFolder + "\\");
+}
+
+void SetOfficeInstallRoot(int officeVersion, const std::string& application, const std::string& path) {
+  WriteText(HKEY_LOCAL_MACHINE,
+            "SOFTWARE\\Microsoft\\Office\\" + std::to_string(officeVersion) + ".0\\" + application + "\\InstallRoot",
+            "Path", path);
+}
+
+void RegisterUninstallEntry(const std::string& productCode) {
+  WriteText(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\" + productCode,
+            "DisplayName", "Microsoft Office 2000 Proofing Tools");
+}
+
+void RegisterComponentPath(const std::string& components, const std::string& packedComponent,
+                           const std::string& packedProduct, const std::string& path) {
+  WriteText(HKEY_LOCAL_MACHINE, components + "\\" + packedComponent, packedProduct, path);
+}
+
 void RegisterForeignProofingTool(const std::string& toolKey, int lcid, const std::string& enginePath,
                                  const std::string& dictionaryPath) {
   const std::string key = std::string(kSharedProofingTools) + "\\" + toolKey + "\\" + std::to_string(lcid) + "\\Normal";

@@ -54,6 +54,30 @@ void InstallOutlook97(const std::string& folder, int spellerLcid, WORD major, WO
 // Publisher 98: HKCU "Software\Microsoft\Office\8.0\Publisher\5.0".
 void InstallPublisher98();
 
+// An Office 2000, XP or 2003 application (officeVersion 9, 10, 11) as its setup
+// leaves it: the key the hosts look for (HKLM
+// "SOFTWARE\Microsoft\Office\<v>.0\<application>", "...\Access\Speller" for
+// Access, HKCU "Software\...\Publisher" for Publisher, HKLM
+// "...\11.0\Infopath\Speller" for InfoPath) and, except for InfoPath, the
+// install root "Path" = officeFolder + "\".
+void InstallOfficeApplication(int officeVersion, const std::string& application, const std::string& officeFolder);
+// "Path" of HKLM "SOFTWARE\Microsoft\Office\<v>.0\<application>\InstallRoot".
+void SetOfficeInstallRoot(int officeVersion, const std::string& application, const std::string& path);
+
+// The Installer's registrations of Office 2000's Russian proofing tools: the
+// product {00000419-78E1-11D2-B60F-006097C998E7} in the Uninstall list, and the
+// local system's paths of its components.
+inline constexpr const char kOffice2000RussianProductCode[] = "{00000419-78E1-11D2-B60F-006097C998E7}";
+inline constexpr const char kOffice2000RussianPacked[] = "914000001E872D116BF00006799C897E";
+inline constexpr const char kRussianSpellerEngineComponent[] = "CEF3839E23492D1109A00008F5B92110";
+inline constexpr const char kRussianSpellerLexiconComponent[] = "7DF3839E23492D1109A00008F5B92110";
+inline constexpr const char kLocalSystemComponents[] =
+    "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\S-1-5-18\\Components";
+void RegisterUninstallEntry(const std::string& productCode);
+// "<components>\<packed component>" value <packed product> = path (REG_SZ).
+void RegisterComponentPath(const std::string& components, const std::string& packedComponent,
+                           const std::string& packedProduct, const std::string& path);
+
 // Another maker's registration in the shared proofing-tools tree:
 // HKLM "SOFTWARE\Microsoft\Shared Tools\Proofing Tools\<toolKey>\<lcid>\Normal"
 // with "Engine" and "Dictionary" (REG_SZ); the engine is written as a module of

@@ -102,6 +102,35 @@ void SeedAccess97(const SeedLog& log) {
   log.Seeded("font substitute win.ini [FontSubstitutes] Tahoma,0=Tahoma,0");
 }
 
+// Office 2000 in a folder of its own: Word, Excel and Access, and its Russian
+// proofing tools as the Installer registered them, so that attaching Word 2000's
+// Russian speller shows the Installer's paths pointed at the product.
+constexpr char kOffice2000Folder[] = "C:\\Program Files\\Microsoft Office\\Office9";
+constexpr char kOffice2000Proof[] = "C:\\Program Files\\Common Files\\Microsoft Shared\\Proof";
+
+void SeedOffice2000(const SeedLog& log) {
+  kvil::test::CreateFolder(kOffice2000Folder);
+  for (const char* application : {"Word", "Excel", "Access"}) {
+    kvil::test::InstallOfficeApplication(9, application, kOffice2000Folder);
+    log.Seeded(std::string("install root HKLM\\SOFTWARE\\Microsoft\\Office\\9.0\\") + application +
+               "\\InstallRoot (Path " + kOffice2000Folder + "\\)");
+  }
+  kvil::test::RegisterUninstallEntry(kvil::test::kOffice2000RussianProductCode);
+  log.Seeded(std::string("uninstall entry HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\") +
+             kvil::test::kOffice2000RussianProductCode);
+  const std::pair<const char*, const char*> components[] = {
+      {kvil::test::kRussianSpellerEngineComponent, "MSSP3RU.DLL"},
+      {kvil::test::kRussianSpellerLexiconComponent, "MSSP3RU.LEX"},
+  };
+  for (const auto& [component, file] : components) {
+    const std::string path = std::string(kOffice2000Proof) + "\\" + file;
+    kvil::test::RegisterComponentPath(kvil::test::kLocalSystemComponents, component,
+                                      kvil::test::kOffice2000RussianPacked, path);
+    log.Seeded(std::string("component HKLM\\") + kvil::test::kLocalSystemComponents + "\\" + component + " (" +
+               kvil::test::kOffice2000RussianPacked + " " + path + ")");
+  }
+}
+
 // What the demo machine holds, in seeding order. The product comes first: every
 // host step after it attaches to or looks for the product's files.
 const std::vector<SeedingStep>& DemoMachine() {
@@ -110,6 +139,7 @@ const std::vector<SeedingStep>& DemoMachine() {
       {"Word 97", SeedWord97},
       {"Excel 97", SeedExcel97},
       {"Access 97", SeedAccess97},
+      {"Office 2000", SeedOffice2000},
   };
   return steps;
 }
@@ -132,7 +162,7 @@ int Seed() {
 int Usage() {
   std::fprintf(stderr,
                "usage: kvildemo seed\n"
-               "  seed  install Kvil 8.0 (Russian, Ukrainian), Word 97, Excel 97 and Access 97\n"
+               "  seed  install Kvil 8.0 (Russian, Ukrainian), Word, Excel and Access 97 and 2000\n"
                "        into this machine\n");
   return 2;
 }
