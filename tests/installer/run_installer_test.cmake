@@ -1,0 +1,122 @@
+# The library against a real Windows Installer: builds the proofing-tools
+# package with wixl, installs it with Wine's msiexec in a Wine prefix of its own,
+# runs the installed-package tests, removes the package with msiexec and runs
+# the removed-package tests. The prefix is made fresh for each run and deleted
+# afterwards, whatever happened; the first failing step fails the test.
+#
+#   cmake -DSOURCE_DIR=<tests/installer> -DWORK_DIR=<dir> -DPREFIX=<wine prefix>
+#         -DWINE_RUN=<build/wine-run> -DWINESERVER=<wineserver> -DTEST_PROGRAM=<installer_tests.exe>
+#         -P run_installer_test.cmake
+
+foreach(required SOURCE_DIR WORK_DIR PREFIX WINE_RUN WINESERVER TEST_PROGRAM)
+  if(NOT DEFINED ${required})
+    message(FATAL_ERROR "define ${required}")
+  endif()
+endforeach()
+
+set(product_code "{00000419-78E1-11D2-B60F-006097C998E7}")
+set(package "${WORK_DIR}/proofing_tools.msi")
+set(install_log "${WORK_DIR}/install.log")
+set(remove_log "${WORK_DIR}/remove.log")
+set(ENV{KVIL_WINEPREFIX} "${PREFIX}")
+
+# msiexec reads and writes through Wine's drive Z:, which is the Unix root.
+function(windows_path unix_path out)
+  string(REPLACE "/" "\\" path "${unix_path}")
+  set(${out} "Z:${path}" PARENT_SCOPE)
+endfunction()
+
+# The prefix's wineserver is stopped before its folder goes, so that no
+# registry flush lands in a deleted tree.
+function(remove_prefix)
+  if(EXISTS "${PREFIX}")
+    execute_process(COMMAND ${CMAKE_COMMAND} -E env WINEPREFIX=${PREFIX} ${WINESERVER} -k
+                    OUTPUT_QUIET ERROR_QUIET)
+    execute_process(COMMAND ${CMAKE_COMMAND} -E env WINEPREFIX=${PREFIX} ${WINESERVER} -w
+                    OUTPUT_QUIET ERROR_QUIET)
+  endif()
+  file(REMOVE_RECURSE "${PREFIX}")
+  file(REMOVE "${PREFIX}.lock")
+endfunction()
+
+function(fail step details)
+  remove_prefix()
+  message(FATAL_ERROR "${step}\n${details}")
+endfunction()
+
+# Runs one step; any exit status but 0 fails the test with its output and, for
+# msiexec, the tail of its log.
+function(run_step step)
+  cmake_parse_arguments(arg "" "LOG;WORKING_DIRECTORY" "COMMAND" ${ARGN})
+  if(NOT arg_WORKING_DIRECTORY)
+    set(arg_WORKING_DIRECTORY "${WORK_DIR}")
+  endif()
+  execute_process(COMMAND ${arg_COMMAND} WORKING_DIRECTORY "${arg_WORKING_DIRECTORY}"
+                  RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  message(STATUS "${step}: exit ${status}")
+  if(NOT status STREQUAL "0")
+    set(log "")
+    if(arg_LOG AND EXISTS "${arg_LOG}")
+      file(STRINGS "${arg_LOG}" lines)
+      list(LENGTH lines count)
+      if(count GREATER 60)
+        math(EXPR first "${count} - 60")
+        list(SUBLIST lines ${first} 60 lines)
+      endif()
+      list(JOIN lines "\n" log)
+    endif()
+    fail("${step} failed: exit ${status}" "--- stdout\n${out}\n--- stderr\n${err}\n--- log\n${log}")
+  endif()
+  if(NOT out STREQUAL "")
+    message("${out}")
+  endif()
+  set(step_output "${out}" PARENT_SCOPE)
+endfunction()
+
+# A filter that selects nothing would pass quietly.
+function(run_tests step filter)
+  run_step("${step}" COMMAND ${WINE_RUN} ${TEST_PROGRAM} --gtest_filter=${filter})
+  if(NOT step_output MATCHES "\\[  PASSED  \\] [1-9][0-9]* tests?\\.")
+    fail("${step} ran no test" "${step_output}")
+  endif()
+endfunction()
+
+remove_prefix()
+file(REMOVE_RECURSE "${WORK_DIR}")
+file(MAKE_DIRECTORY "${WORK_DIR}/payload")
+
+# Each file holds its own name, which the installed-package tests read back.
+foreach(name MSSP3RU.DLL MSSP3RU.LEX MSSP3EN.DLL MSSP3EN.LEX)
+  file(WRITE "${WORK_DIR}/payload/${name}" "Office proofing file ${name}\r\n")
+endforeach()
+
+find_program(WIXL wixl)
+find_program(MSIBUILD msibuild)
+if(NOT WIXL OR NOT MSIBUILD)
+  fail("wixl and msibuild are needed" "install Debian's wixl and msitools (scripts/install-deps.sh)")
+endif()
+run_step("wixl" WORKING_DIRECTORY "${WORK_DIR}/payload"
+         COMMAND ${WIXL} -a x64 -o ${package} ${SOURCE_DIR}/proofing_tools.wxs)
+# wixl writes no PublishComponent table and leaves the publishing actions out of
+# the execute sequence; both are added to the built package. 1700 and 6200 are
+# their places in the Installer's standard sequence.
+run_step("msibuild PublishComponent" COMMAND ${MSIBUILD} ${package} -i ${SOURCE_DIR}/PublishComponent.idt)
+foreach(action IN ITEMS "UnpublishComponents|1700" "PublishComponents|6200")
+  string(REPLACE "|" ";" action "${action}")
+  list(GET action 0 name)
+  list(GET action 1 sequence)
+  run_step("msibuild ${name}" COMMAND ${MSIBUILD} ${package} -q
+           "INSERT INTO `InstallExecuteSequence` (`Action`, `Sequence`) VALUES ('${name}', ${sequence})")
+endforeach()
+
+windows_path("${package}" package_path)
+windows_path("${install_log}" install_log_path)
+windows_path("${remove_log}" remove_log_path)
+run_step("msiexec /i" LOG "${install_log}"
+         COMMAND ${WINE_RUN} msiexec /i ${package_path} /qn /l*v ${install_log_path})
+run_tests("installed package tests" "InstalledPackage.*")
+run_step("msiexec /x" LOG "${remove_log}"
+         COMMAND ${WINE_RUN} msiexec /x ${product_code} /qn /l*v ${remove_log_path})
+run_tests("removed package tests" "RemovedPackage.*")
+
+remove_prefix()
