@@ -97,6 +97,12 @@ set(clean_machine_rows
   "MSPub100|MSPUB|10.0|n/a|n/a|n/a|n/a"
   "MSPub11|MSPUB|11.0|absent|n/a|absent|absent"
   "InfoPath11|INFOPATH|11.0|absent|n/a|n/a|n/a"
+  # FrontPage 97 and 98 take the speller, 2000 to 2003 the thesaurus too.
+  "FPAGE97|FPEDITOR|2.0|absent|n/a|n/a|n/a"
+  "FPAGE98|FPEDITOR|3.0|absent|n/a|n/a|n/a"
+  "FPAGE2000|FRONTPG|4.0|absent|n/a|absent|n/a"
+  "FPAGE2002|FRONTPG|10.0|absent|n/a|absent|n/a"
+  "FPAGE11|FRONTPG|11.0|absent|n/a|absent|n/a"
   # Works takes the speller and the thesaurus; FoxPro and the mail clients the
   # speller alone.
   "WK40|MSWORKS|4.0|absent|n/a|absent|n/a"

@@ -39,9 +39,10 @@ void InstallFrontPage2002(const std::string& officeFolder, std::optional<DWORD> 
 void InstallFrontPage2003(const std::string& officeFolder, std::optional<DWORD> languageLcid);
 
 // frontpg.ini as it was when constructed (its bytes, or its absence) is put back
-// on destruction; in between the test starts without one. The profile calls keep files in a per-process cache, which is
-// flushed on both sides so that neither the test nor the library reads a copy
-// of a file that has changed or gone under it.
+// on destruction; in between the test starts without one. The profile calls
+// keep files in a per-process cache, which is flushed on both sides so that
+// neither the test nor the library reads a copy of a file that has changed or
+// gone under it.
 class FrontPageIniGuard {
  public:
   FrontPageIniGuard();

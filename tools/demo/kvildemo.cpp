@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "frontpage_fixture.h"
 #include "office_fixture.h"
 #include "product_fixture.h"
 #include "version_fixture.h"
@@ -131,6 +132,14 @@ void SeedOffice2000(const SeedLog& log) {
   }
 }
 
+// FrontPage 2000 beside Office 2000, spelling in English before anything is
+// attached.
+void SeedFrontPage2000(const SeedLog& log) {
+  kvil::test::InstallFrontPage2000(kOffice2000Folder, kEnglish);
+  log.Seeded("options HKCU\\Software\\Microsoft\\FrontPage (FrontPageLangID " + std::to_string(kEnglish) + ")");
+  log.Seeded(std::string("program ") + kOffice2000Folder + "\\Frontpg.exe (4.0)");
+}
+
 // What the demo machine holds, in seeding order. The product comes first: every
 // host step after it attaches to or looks for the product's files.
 const std::vector<SeedingStep>& DemoMachine() {
@@ -140,6 +149,7 @@ const std::vector<SeedingStep>& DemoMachine() {
       {"Excel 97", SeedExcel97},
       {"Access 97", SeedAccess97},
       {"Office 2000", SeedOffice2000},
+      {"FrontPage 2000", SeedFrontPage2000},
   };
   return steps;
 }
@@ -163,7 +173,7 @@ int Usage() {
   std::fprintf(stderr,
                "usage: kvildemo seed\n"
                "  seed  install Kvil 8.0 (Russian, Ukrainian), Word, Excel and Access 97 and 2000\n"
-               "        into this machine\n");
+               "        and FrontPage 2000 into this machine\n");
   return 2;
 }
 
