@@ -8,39 +8,23 @@
 #include <string>
 
 #include "frontpage_fixture.h"
-#include "machine_test.h"
+#include "host_family_test.h"
 
 namespace kvil::test {
 namespace {
 
 using Values = std::map<std::string, std::string>;
 
-constexpr const char kProducts[] = "SOFTWARE\\Tervane\\Kvil\\8.0\\Products";
 constexpr const char kFrontPageUser[] = "Software\\Microsoft\\FrontPage";
 constexpr const char kSharedSpelling[] = "SOFTWARE\\Microsoft\\Shared Tools\\Proofing Tools\\Spelling\\1049\\Normal";
 constexpr const char kInstaller[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer";
 constexpr HostResult kNA = kNotApplicable;
 
-std::string Record(const std::string& hostAndVersion, int lcid = 1049) {
-  return std::string(kProducts) + "\\" + hostAndVersion + "\\Spelling\\" + std::to_string(lcid);
-}
 std::optional<DWORD> RegistryLanguage() { return ReadDword(HKEY_CURRENT_USER, kFrontPageUser, "FrontPageLangID"); }
 
-class FrontPage : public LibraryTest {
+class FrontPage : public HostFamilyTest {
  protected:
-  void SetUp() override {
-    LibraryTest::SetUp();
-    InstallDefaultProduct();
-    office_ = folder().Join("Office");
-    startup_ = product().StartupDir(1049);
-  }
-  HostResult Call(const char* operation, const char* suffix, int kind, int lcid = 1049) const {
-    return dll().Call(operation, suffix, kind, lcid);
-  }
-
   FrontPageIniGuard ini_;
-  std::string office_;
-  std::string startup_;
 };
 
 // One member's typical request on a machine holding only that member, set to US
@@ -85,14 +69,14 @@ TEST_P(FrontPageTypicalRequest, AttachesTheSpellerAndDetaches) {
   EXPECT_EQ(Call("Exist", request.suffix, 0), 1u);
 
   ASSERT_EQ(Call("Attach", request.suffix, 0), 1u);
-  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record(request.host)),
+  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record(request.host, "Spelling")),
             (Values{{"Learning", "1"}, {"StrictYO", "1"}, {"Original LID", "1033"}, {"Action", "1"},
                     {"Saved LID", "1033"}, {"Attached", "1"}, {"Supplement dictionaries", "sz:Normal"}}));
   EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSharedSpelling),
             (Values{{"Engine", "sz:" + startup_ + "\\kvilsp3.dll"},
                     {"Dictionary", "sz:" + startup_ + "\\SPRUNORM.LEX"}}));
   EXPECT_EQ(Language(), request.attached);
-  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, std::string(kProducts) + "\\" + request.host),
+  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, std::string(kProductRecords) + "\\" + request.host),
             (request.program == nullptr ? Values{}
                                         : Values{{"Path", "sz:" + office_ + "\\" + request.program},
                                                  {"Name", std::string("sz:") + request.displayName}}));
@@ -103,7 +87,7 @@ TEST_P(FrontPageTypicalRequest, AttachesTheSpellerAndDetaches) {
   EXPECT_EQ(Call("Check", request.suffix, 0), 1u);
 
   EXPECT_EQ(Call("Detach", request.suffix, 0), 1u);
-  EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record(request.host), "Attached"), 0u);
+  EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record(request.host, "Spelling"), "Attached"), 0u);
   EXPECT_EQ(Language(), request.detached);
   EXPECT_EQ(Call("Check", request.suffix, 0), 0u);
 }
@@ -123,7 +107,7 @@ TEST_F(FrontPage, FrontPage97And98ChangeOnlyTheirOwnSectionAndPutTheFileBack) {
     ASSERT_EQ(Call("Attach", suffix, 0, 1058), 1u);
     EXPECT_EQ(ReadFrontPageIniLanguage(section), "0x0422");
     EXPECT_EQ(ReadFrontPageIniLanguage(otherSection), "0x0407");
-    EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record(host, 1058), "Saved LID"), 1031u);
+    EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record(host, "Spelling", 1058), "Saved LID"), 1031u);
     EXPECT_EQ(Call("Detach", suffix, 0, 1058), 1u);
     EXPECT_EQ(ReadFileBytes(FrontPageIniPath()), installed);
   }
@@ -139,7 +123,7 @@ TEST_F(FrontPage, FrontPage2000PutsAnAbsentOrRussianLanguageBackAsZero) {
     RegDeleteKeyValueA(HKEY_CURRENT_USER, kFrontPageUser, "FrontPageLangID");
     if (installed[i]) WriteDword(HKEY_CURRENT_USER, kFrontPageUser, "FrontPageLangID", *installed[i]);
     ASSERT_EQ(Call("Attach", "FPAGE2000", 0), 1u);
-    EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record("FRONTPG\\4.0"), "Saved LID"), saved[i]);
+    EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record("FRONTPG\\4.0", "Spelling"), "Saved LID"), saved[i]);
     EXPECT_EQ(RegistryLanguage(), 1049u);
     EXPECT_EQ(Call("Detach", "FPAGE2000", 0), 1u);
     EXPECT_EQ(RegistryLanguage(), afterDetach[i]);
@@ -165,7 +149,7 @@ TEST_F(FrontPage, AnIniLanguageOf65535OrMoreIsNone) {
       EXPECT_EQ(Call("Attach", "FPAGE97", 0), 0u) << text;
     }
   }
-  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kProducts));
+  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kProductRecords));
 }
 
 TEST_F(FrontPage, FrontPage2000AttachesWhereOffice2000HasNoInstallerComponents) {

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "machine_test.h"
+#include "host_family_test.h"
 #include "office_fixture.h"
 
 namespace kvil::test {
@@ -17,8 +17,6 @@ namespace {
 
 using Values = std::map<std::string, std::string>;
 
-constexpr const char kShared[] = "SOFTWARE\\Microsoft\\Shared Tools\\Proofing Tools";
-constexpr const char kProducts[] = "SOFTWARE\\Tervane\\Kvil\\8.0\\Products";
 constexpr HostResult kNA = kNotApplicable;
 
 struct Member {
@@ -36,15 +34,8 @@ const Member kMembers[] = {
     {"InfoPath11", 11, "InfoPath"},
 };
 
-class Office2000 : public LibraryTest {
+class Office2000 : public HostFamilyTest {
  protected:
-  void SetUp() override {
-    LibraryTest::SetUp();
-    InstallDefaultProduct();
-    office_ = folder().Join("Office");
-    startup_ = product().StartupDir(1049);
-  }
-
   void InstallAll() {
     for (const Member& member : kMembers) InstallOfficeApplication(member.officeVersion, member.application, office_);
   }
@@ -57,16 +48,7 @@ class Office2000 : public LibraryTest {
                           office_ + "\\Proof\\MSSP3RU.LEX");
   }
 
-  HostResult Call(const char* operation, const char* suffix, int kind, int lcid = 1049) const {
-    return dll().Call(operation, suffix, kind, lcid);
-  }
-  static std::string Record(const std::string& hostAndVersion, const std::string& tool, int lcid = 1049) {
-    return std::string(kProducts) + "\\" + hostAndVersion + "\\" + tool + "\\" + std::to_string(lcid);
-  }
-  std::string InStartup(const std::string& file) const { return "sz:" + startup_ + "\\" + file; }
 
-  std::string office_;
-  std::string startup_;
   FontSubstituteGuard fontSubstitutes_;
 };
 
@@ -157,7 +139,7 @@ TEST_F(Office2000, EveryMembersTypicalRequest) {
       {"INFOPATH", "Microsoft InfoPath 2003"}};
   for (const TypicalRequest& request : TypicalRequests()) {
     SCOPED_TRACE(request.suffix);
-    const std::string record = std::string(kProducts) + "\\" + request.record + "\\1049";
+    const std::string record = std::string(kProductRecords) + "\\" + request.record + "\\1049";
     EXPECT_EQ(Call("Exist", request.suffix, request.kind), request.exist);
     ASSERT_EQ(Call("Attach", request.suffix, request.kind), request.attach);
     EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, record), request.attachedRecord);
@@ -168,7 +150,7 @@ TEST_F(Office2000, EveryMembersTypicalRequest) {
     if (request.applicationRecord != nullptr) {
       const std::string recordName = request.applicationRecord;
       const std::string application = recordName.substr(0, recordName.find('\\'));
-      EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, std::string(kProducts) + "\\" + request.applicationRecord),
+      EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, std::string(kProductRecords) + "\\" + request.applicationRecord),
                 (Values{{"Path", "sz:" + office_ + "\\" + application + ".exe"},
                         {"Name", "sz:" + displayNames.at(application)}}));
     }
@@ -229,12 +211,12 @@ TEST_F(Office2000, ExcelAnswersTheInstallersYesWhenTheSharedRegistrationFails) {
   const std::string deep = "C:\\" + std::string(250, 'x');
   WriteText(HKEY_LOCAL_MACHINE, product().OptionsKey(1049), "Kvil startup dir", deep);
   EXPECT_EQ(Call("Attach", "EX90", 0), 1u);
-  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, std::string(kProducts) + "\\EXCEL"));
+  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, std::string(kProductRecords) + "\\EXCEL"));
   EXPECT_EQ(ReadDword(HKEY_CURRENT_USER, "Software\\Microsoft\\Office\\9.0\\Excel\\Spell Checker", "Speller"), 1049u);
 
   EXPECT_EQ(Call("Attach", "PP90", 0), 0u);
   EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record("POWERPNT\\9.0", "Spelling")), (Values{{"Attached", "0"}}));
-  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, std::string(kShared) + "\\Spelling\\1049\\Normal"));
+  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, std::string(kSharedProofingTools) + "\\Spelling\\1049\\Normal"));
 }
 
 TEST_F(Office2000, Excel2003WithoutInstallerRowsAnswersNotApplicableAfterSettingItsSpeller) {
@@ -243,7 +225,7 @@ TEST_F(Office2000, Excel2003WithoutInstallerRowsAnswersNotApplicableAfterSetting
   EXPECT_EQ(Call("Attach", "EX11", 0), kNA);
   EXPECT_EQ(ReadDword(HKEY_CURRENT_USER, "Software\\Microsoft\\Office\\11.0\\Excel\\Spell Checker", "Speller"), 1049u);
   EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, Record("EXCEL\\11.0", "Spelling")));
-  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kShared));
+  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kSharedProofingTools));
   EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer"));
 }
 
@@ -265,7 +247,7 @@ TEST_F(Office2000, AccessPutsTahomaBackFromAccess2002sRecordOnlyWhileTheOtherLan
   for (const TahomaCase& c : cases) {
     SCOPED_TRACE(testing::Message() << c.lcid << " saved " << c.savedIn2002 << " other " << c.otherAttachedIn2002);
     const int other = c.lcid == 1049 ? 1058 : 1049;
-    RegDeleteTreeA(HKEY_LOCAL_MACHINE, kProducts);
+    RegDeleteTreeA(HKEY_LOCAL_MACHINE, kProductRecords);
     if (c.savedIn2002) WriteText(HKEY_LOCAL_MACHINE, Record("MSACCESS\\10.0", "Spelling", c.lcid), "Tahoma orig setting", "Tahoma,0");
     WriteDword(HKEY_LOCAL_MACHINE, Record("MSACCESS\\10.0", "Spelling", other), "Attached", c.otherAttachedIn2002);
     WriteTahomaSubstitute("Tahoma,0");
@@ -294,11 +276,11 @@ TEST_F(Office2000, Office2003RecordsItsApplicationFromWordsFolderOrTheCommonOne)
       {std::nullopt, "C:\\Common\\", "C:\\Common\\OUTLOOK.exe"},
       {std::nullopt, std::nullopt, std::nullopt},
   };
-  const std::string application = std::string(kProducts) + "\\OUTLOOK\\11.0";
+  const std::string application = std::string(kProductRecords) + "\\OUTLOOK\\11.0";
   for (const PathCase& c : cases) {
     SCOPED_TRACE(c.path.value_or("no path"));
     RegDeleteTreeA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Office\\11.0");
-    RegDeleteTreeA(HKEY_LOCAL_MACHINE, kProducts);
+    RegDeleteTreeA(HKEY_LOCAL_MACHINE, kProductRecords);
     CreateKey(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Office\\11.0\\Outlook");
     if (c.wordRoot) SetOfficeInstallRoot(11, "Word", *c.wordRoot);
     if (c.commonRoot) SetOfficeInstallRoot(11, "Common", *c.commonRoot);

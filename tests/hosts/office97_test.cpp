@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "machine_test.h"
+#include "host_family_test.h"
 #include "office_fixture.h"
 
 namespace kvil::test {
@@ -16,23 +16,14 @@ namespace {
 
 using Values = std::map<std::string, std::string>;
 
-constexpr const char kShared[] = "SOFTWARE\\Microsoft\\Shared Tools\\Proofing Tools";
-constexpr const char kProducts[] = "SOFTWARE\\Tervane\\Kvil\\8.0\\Products";
 constexpr const char kWord95User[] = "Software\\Microsoft\\Word\\7.0\\Proofing Tools";
 constexpr const char kWord95NewUsers[] = "SOFTWARE\\Microsoft\\New User Settings\\Word\\7.0\\Proofing Tools";
 constexpr HostResult kNA = kNotApplicable;
 
 const char* const kMembers[] = {"WW70", "WW80", "EX70", "EX80", "PP70", "PP80", "ACC70", "ACC80", "OUTL97", "MSPub98"};
 
-class Office97 : public LibraryTest {
+class Office97 : public HostFamilyTest {
  protected:
-  void SetUp() override {
-    LibraryTest::SetUp();
-    InstallDefaultProduct();
-    office_ = folder().Join("Office");
-    startup_ = product().StartupDir(1049);
-  }
-
   // Every Office 95 and 97 host, as their setups leave them; the hosts keeping
   // their own speller language have British English.
   void InstallAllHosts() {
@@ -48,19 +39,7 @@ class Office97 : public LibraryTest {
     InstallPublisher98();
   }
 
-  HostResult Call(const char* operation, const char* suffix, int kind, int lcid = 1049) const {
-    return dll().Call(operation, suffix, kind, lcid);
-  }
-  std::string Record(const std::string& hostAndVersion, const std::string& tool, int lcid = 1049) const {
-    return std::string(kProducts) + "\\" + hostAndVersion + "\\" + tool + "\\" + std::to_string(lcid);
-  }
-  std::string Registration(const std::string& tool, int lcid = 1049) const {
-    return std::string(kShared) + "\\" + tool + "\\" + std::to_string(lcid) + "\\Normal";
-  }
-  std::string InStartup(const std::string& file) const { return "sz:" + startup_ + "\\" + file; }
 
-  std::string office_;
-  std::string startup_;
   FontSubstituteGuard fontSubstitutes_;
 };
 
@@ -196,8 +175,8 @@ TEST_F(Office97, ToolKindsAMemberDoesNotTakeGetItsOwnAnswer) {
     EXPECT_EQ(Call("Detach", c.suffix, c.kind), c.detach);
     EXPECT_EQ(Call("Check", c.suffix, c.kind), c.check);
   }
-  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kProducts));
-  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kShared));
+  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kProductRecords));
+  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kSharedProofingTools));
 }
 
 TEST_F(Office97, AvailWantsTheHostAndBothProductFiles) {
@@ -433,7 +412,7 @@ TEST_F(Word95, GrammarAndHyphenatorStayInWordsOwnKeys) {
     EXPECT_EQ(Call("Check", "WW70", kind), 1u);
   }
   EXPECT_EQ(ReadText(HKEY_CURRENT_USER, OwnKey(kWord95User, "Hyphenate"), "Engine"), startup_ + "\\INHY32RU.DLL");
-  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kShared));
+  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kSharedProofingTools));
 }
 
 class Access97Tahoma : public Office97 {

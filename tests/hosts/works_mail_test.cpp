@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "machine_test.h"
+#include "host_family_test.h"
 
 namespace kvil::test {
 namespace {
@@ -17,8 +17,6 @@ namespace {
 using Values = std::map<std::string, std::string>;
 using HostKeys = std::vector<std::pair<HKEY, std::string>>;
 
-constexpr char kProducts[] = "SOFTWARE\\Tervane\\Kvil\\8.0\\Products";
-constexpr char kShared[] = "SOFTWARE\\Microsoft\\Shared Tools\\Proofing Tools";
 constexpr char kWorks[] = "SOFTWARE\\Microsoft\\Works\\4.0\\MS Proofing Tools";
 constexpr char kFoxPro[] = "Software\\Microsoft\\VisualFoxPro\\3.0";
 constexpr char kExchange[] = "Software\\Microsoft\\Exchange\\Client\\Options";
@@ -37,23 +35,8 @@ void InstallWorks() {
   WriteText(HKEY_CURRENT_USER, kWorks, "ThesDefault", "Thesaurus 2057,0");
 }
 
-class WorksMail : public LibraryTest {
+class WorksMail : public HostFamilyTest {
  protected:
-  void SetUp() override {
-    LibraryTest::SetUp();
-    InstallDefaultProduct();
-    startup_ = product().StartupDir(1049);
-  }
-
-  HostResult Call(const char* operation, const char* suffix, int kind, int lcid = 1049) const {
-    return dll().Call(operation, suffix, kind, lcid);
-  }
-  static std::string Record(const std::string& hostAndVersion, const std::string& tool) {
-    return std::string(kProducts) + "\\" + hostAndVersion + "\\" + tool + "\\1049";
-  }
-  static std::string Registration(const std::string& tool) {
-    return std::string(kShared) + "\\" + tool + "\\1049\\Normal";
-  }
   // Every value of the host's keys, named "HKLM:<value>" or "HKCU:<value>".
   static Values HostValues(const HostKeys& keys) {
     Values values;
@@ -64,9 +47,6 @@ class WorksMail : public LibraryTest {
     }
     return values;
   }
-  std::string InStartup(const std::string& file) const { return "sz:" + startup_ + "\\" + file; }
-
-  std::string startup_;
 };
 
 struct TypicalCase {
