@@ -179,6 +179,8 @@ const Office97Host kPublisher98{
 
 enum class Operation { kExist, kOther };
 
+// Members taking the speller only refuse a kind outside 0..3 as "not
+// applicable" everywhere but in Exist.
 std::optional<HostResult> RefuseKind(const Office97Host& host, int kind, Operation operation) {
   const bool notApplicable = operation == Operation::kOther && host.outsideKindsNotApplicable;
   return classic::RefuseKind(host.kinds, kind, notApplicable ? kNotApplicable : 0);
