@@ -52,25 +52,6 @@ class Office2000 : public HostFamilyTest {
   FontSubstituteGuard fontSubstitutes_;
 };
 
-TEST_F(Office2000, InfoNamesEachHostAndItsVersion) {
-  const char* const lists[][3] = {
-      {"WW90", "WINWORD", "9.0"},       {"WW100", "WINWORD", "10.0"},    {"WW11", "WINWORD", "11.0"},
-      {"EX90", "EXCEL", "9.0"},         {"EX100", "EXCEL", "10.0"},      {"EX11", "EXCEL", "11.0"},
-      {"PP90", "POWERPNT", "9.0"},      {"PP100", "POWERPNT", "10.0"},   {"PP11", "POWERPNT", "11.0"},
-      {"ACC90", "MSACCESS", "9.0"},     {"ACC100", "MSACCESS", "10.0"},  {"ACC11", "MSACCESS", "11.0"},
-      {"OUTL2000", "OUTLOOK", "9.0"},   {"OUTL2002", "OUTLOOK", "10.0"}, {"OUTL11", "OUTLOOK", "11.0"},
-      {"MSPub90", "MSPUB", "6.0"},      {"MSPub100", "MSPUB", "10.0"},   {"MSPub11", "MSPUB", "11.0"},
-      {"InfoPath11", "INFOPATH", "11.0"},
-  };
-  for (const auto& [suffix, key, version] : lists) {
-    const std::string expected = std::string(key) + '\0' + version + '\0' + '\0';
-    char buffer[64];
-    std::int32_t length = sizeof buffer;
-    EXPECT_EQ(dll().Info(suffix, 0, 1049, buffer, &length), 1u) << suffix;
-    EXPECT_EQ(std::string(buffer, length), expected) << suffix;
-  }
-}
-
 // What one member's typical request (Exist, Attach, Check, Detach, Check) gives
 // on a machine with every Office 2000 to 2003 host and Office 2000's Russian
 // speller registered by the Installer.
@@ -293,12 +274,7 @@ TEST_F(Office2000, Office2003RecordsItsApplicationFromWordsFolderOrTheCommonOne)
 TEST_F(Office2000, ToolKindsAMemberDoesNotTakeGetItsOwnAnswerAndWriteNothing) {
   InstallAll();
   RegisterRussianSpellerComponents();
-  struct RefusalCase {
-    const char* suffix;
-    int kind;
-    HostResult exist, avail, attach, detach, check;
-  };
-  const RefusalCase cases[] = {
+  const KindAnswers cases[] = {
       {"EX90", 2, kNA, kNA, kNA, kNA, kNA},     {"EX11", 4, 0, kNA, 0, kNA, kNA},
       {"ACC100", -1, 0, kNA, 0, kNA, kNA},      {"InfoPath11", 3, kNA, kNA, kNA, kNA, kNA},
       {"WW90", 4, 0, 0, 0, 0, 0},               {"WW11", -1, 0, 0, 0, 0, 0},
@@ -307,14 +283,7 @@ TEST_F(Office2000, ToolKindsAMemberDoesNotTakeGetItsOwnAnswerAndWriteNothing) {
   };
   const auto userBefore = DescribeTree(HKEY_CURRENT_USER, "Software");
   const auto machineBefore = DescribeTree(HKEY_LOCAL_MACHINE, "SOFTWARE");
-  for (const RefusalCase& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.suffix << " kind " << c.kind);
-    EXPECT_EQ(Call("Exist", c.suffix, c.kind), c.exist);
-    EXPECT_EQ(Call("Avail", c.suffix, c.kind), c.avail);
-    EXPECT_EQ(Call("Attach", c.suffix, c.kind), c.attach);
-    EXPECT_EQ(Call("Detach", c.suffix, c.kind), c.detach);
-    EXPECT_EQ(Call("Check", c.suffix, c.kind), c.check);
-  }
+  for (const KindAnswers& c : cases) ExpectAnswers(c);
   EXPECT_EQ(DescribeTree(HKEY_CURRENT_USER, "Software"), userBefore);
   EXPECT_EQ(DescribeTree(HKEY_LOCAL_MACHINE, "SOFTWARE"), machineBefore);
 }

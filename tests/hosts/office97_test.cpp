@@ -150,15 +150,9 @@ TEST_F(Office97, Outlook97IsOutlookBeforeVersion9) {
   }
 }
 
-struct RefusalCase {
-  const char* suffix;
-  int kind;
-  HostResult exist, avail, attach, detach, check;
-};
-
 TEST_F(Office97, ToolKindsAMemberDoesNotTakeGetItsOwnAnswer) {
   InstallAllHosts();
-  const RefusalCase cases[] = {
+  const KindAnswers cases[] = {
       {"EX80", 2, kNA, kNA, kNA, kNA, kNA},     {"EX80", 4, 0, kNA, kNA, kNA, kNA},
       {"EX80", -1, 0, kNA, kNA, kNA, kNA},      {"EX70", 1, kNA, kNA, kNA, kNA, kNA},
       {"PP70", 3, kNA, kNA, kNA, kNA, kNA},     {"PP80", 1, kNA, kNA, kNA, kNA, kNA},
@@ -167,14 +161,7 @@ TEST_F(Office97, ToolKindsAMemberDoesNotTakeGetItsOwnAnswer) {
       {"MSPub98", 2, kNA, kNA, kNA, kNA, kNA},  {"MSPub98", 4, 0, 0, 0, 0, 0},
       {"WW80", 4, 0, 0, 0, 0, 0},               {"WW70", -1, 0, 0, 0, 0, 0},
   };
-  for (const RefusalCase& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.suffix << " kind " << c.kind);
-    EXPECT_EQ(Call("Exist", c.suffix, c.kind), c.exist);
-    EXPECT_EQ(Call("Avail", c.suffix, c.kind), c.avail);
-    EXPECT_EQ(Call("Attach", c.suffix, c.kind), c.attach);
-    EXPECT_EQ(Call("Detach", c.suffix, c.kind), c.detach);
-    EXPECT_EQ(Call("Check", c.suffix, c.kind), c.check);
-  }
+  for (const KindAnswers& c : cases) ExpectAnswers(c);
   EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kProductRecords));
   EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kSharedProofingTools));
 }

@@ -3,6 +3,8 @@
 // files. Calls go through the DLL's exports by name, as the setup tool makes them.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 
 #include "machine_test.h"
@@ -11,6 +13,13 @@ namespace kvil::test {
 
 inline constexpr const char kProductRecords[] = "SOFTWARE\\Tervane\\Kvil\\8.0\\Products";
 inline constexpr const char kSharedProofingTools[] = "SOFTWARE\\Microsoft\\Shared Tools\\Proofing Tools";
+
+// What one host answers, operation by operation, to one tool kind.
+struct KindAnswers {
+  const char* suffix;
+  int kind;
+  HostResult exist, avail, attach, detach, check;
+};
 
 class HostFamilyTest : public LibraryTest {
  protected:
@@ -23,6 +32,14 @@ class HostFamilyTest : public LibraryTest {
 
   HostResult Call(const char* operation, const char* suffix, int kind, int lcid = 1049) const {
     return dll().Call(operation, suffix, kind, lcid);
+  }
+  void ExpectAnswers(const KindAnswers& expected) const {
+    SCOPED_TRACE(testing::Message() << expected.suffix << " kind " << expected.kind);
+    EXPECT_EQ(Call("Exist", expected.suffix, expected.kind), expected.exist);
+    EXPECT_EQ(Call("Avail", expected.suffix, expected.kind), expected.avail);
+    EXPECT_EQ(Call("Attach", expected.suffix, expected.kind), expected.attach);
+    EXPECT_EQ(Call("Detach", expected.suffix, expected.kind), expected.detach);
+    EXPECT_EQ(Call("Check", expected.suffix, expected.kind), expected.check);
   }
   // An attachment record, "<products>\<application key>\<version>\<tool>\<lcid>".
   static std::string Record(const std::string& hostAndVersion, const std::string& tool, int lcid = 1049) {
