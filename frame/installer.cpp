@@ -17,7 +17,6 @@ constexpr char kInstallerRoot[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\
 constexpr char kUninstallKey[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall";
 constexpr std::size_t kPackedCodeLength = 32;
 constexpr std::size_t kPrefixLength = 8;
-constexpr std::size_t kValueNameCapacity = 260;
 
 // The packed product codes whose values name Office's proofing files.
 constexpr char kOffice2000Russian[] = "914000001E872D116BF00006799C897E";
@@ -57,33 +56,6 @@ PathText BackupMarker() {
 bool KeyOpens(const char* path) {
   UniqueHKey key;
   return RegOpenKeyView(HKEY_LOCAL_MACHINE, path, KEY_READ, key) == ERROR_SUCCESS;
-}
-
-// A text value read during an enumeration, NUL-terminated within its buffer.
-// Values of another type, or too long for a path, are not read.
-struct EnumeratedValue {
-  char name[kValueNameCapacity];
-  char data[kPathCapacity];
-  DWORD type;
-};
-
-enum class EnumResult { kRead, kSkipped, kEnd };
-
-EnumResult EnumerateTextValue(HKEY key, DWORD index, EnumeratedValue& value) {
-  DWORD nameLength = sizeof value.name;
-  DWORD dataLength = sizeof value.data;
-  value.type = REG_NONE;
-  LONG status = RegEnumValueA(key, index, value.name, &nameLength, nullptr, &value.type,
-                              reinterpret_cast<BYTE*>(value.data), &dataLength);
-  if (status == ERROR_NO_MORE_ITEMS) return EnumResult::kEnd;
-  if (status != ERROR_SUCCESS) return EnumResult::kSkipped;
-  if (value.type != REG_SZ && value.type != REG_EXPAND_SZ) return EnumResult::kSkipped;
-  if (dataLength == 0 || value.data[dataLength - 1] != '\0') {
-    // Stored without its terminator: usable only when there is room to add it.
-    if (dataLength >= sizeof value.data) return EnumResult::kSkipped;
-    value.data[dataLength] = '\0';
-  }
-  return EnumResult::kRead;
 }
 
 // The data as the Installer would use it: REG_EXPAND_SZ expanded.
@@ -140,6 +112,23 @@ void RestoreValues(HKEY key, const char* productDir) {
 }
 
 }  // namespace
+
+EnumResult EnumerateTextValue(HKEY key, DWORD index, EnumeratedValue& value) {
+  DWORD nameLength = sizeof value.name;
+  DWORD dataLength = sizeof value.data;
+  value.type = REG_NONE;
+  LONG status = RegEnumValueA(key, index, value.name, &nameLength, nullptr, &value.type,
+                              reinterpret_cast<BYTE*>(value.data), &dataLength);
+  if (status == ERROR_NO_MORE_ITEMS) return EnumResult::kEnd;
+  if (status != ERROR_SUCCESS) return EnumResult::kSkipped;
+  if (value.type != REG_SZ && value.type != REG_EXPAND_SZ) return EnumResult::kSkipped;
+  if (dataLength == 0 || value.data[dataLength - 1] != '\0') {
+    // Stored without its terminator: usable only when there is room to add it.
+    if (dataLength >= sizeof value.data) return EnumResult::kSkipped;
+    value.data[dataLength] = '\0';
+  }
+  return EnumResult::kRead;
+}
 
 const InstallerComponentRow* FindInstallerComponentRow(int kind, int lcid, int officeVersion) {
   if (kind == 4) kind = 3;  // both hyphenator kinds share their rows

@@ -10,13 +10,23 @@
 
 #include <array>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "bounded_text.h"
 #include "host_contract.h"
 
 namespace kvil {
+
+// A component's value read during an enumeration, its data NUL-terminated
+// within the buffer. Values of another type than text, or too long for a path,
+// are not read, so that one malformed value never stops the enumeration.
+struct EnumeratedValue {
+  char name[260];
+  char data[kPathCapacity];
+  DWORD type;
+};
+enum class EnumResult { kRead, kSkipped, kEnd };
+EnumResult EnumerateTextValue(HKEY key, DWORD index, EnumeratedValue& value);
 
 // One row of the component table: the Installer components of Office's own
 // proofing files for a tool, language and Office version. Codes are packed.

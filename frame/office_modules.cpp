@@ -78,23 +78,13 @@ bool FindComponentModule(int kind, int lcid, int officeVersion, bool dictionary,
   UniqueHKey component;
   if (RegOpenKeyView(HKEY_LOCAL_MACHINE, key.c_str(), KEY_READ, component) != ERROR_SUCCESS) return false;
   const std::vector<ProductPrefix> products = BuildLocalizedProductList();
+  EnumeratedValue value;
   for (DWORD index = 0;; ++index) {
-    char name[260];
-    DWORD nameLength = sizeof name;
-    char data[kPathCapacity];
-    DWORD dataLength = sizeof data;
-    DWORD type = REG_NONE;
-    LONG status = RegEnumValueA(component.get(), index, name, &nameLength, nullptr, &type,
-                                reinterpret_cast<BYTE*>(data), &dataLength);
-    if (status == ERROR_NO_MORE_ITEMS) return false;
-    if (status != ERROR_SUCCESS || (type != REG_SZ && type != REG_EXPAND_SZ)) continue;
-    if (dataLength == 0 || data[dataLength - 1] != '\0') {
-      if (dataLength >= sizeof data) continue;
-      data[dataLength] = '\0';
-    }
-    if (!IsLocalizedProductValue(name, products)) continue;
-    if (excluded != nullptr && *excluded != '\0' && FindNoCase(data, excluded) != nullptr) continue;
-    if (!CopyBounded(buffer, capacity, data)) {
+    const EnumResult read = EnumerateTextValue(component.get(), index, value);
+    if (read == EnumResult::kEnd) return false;
+    if (read == EnumResult::kSkipped || !IsLocalizedProductValue(value.name, products)) continue;
+    if (excluded != nullptr && *excluded != '\0' && FindNoCase(value.data, excluded) != nullptr) continue;
+    if (!CopyBounded(buffer, capacity, value.data)) {
       buffer[0] = '\0';
       continue;
     }
