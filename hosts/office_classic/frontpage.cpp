@@ -10,7 +10,7 @@
 #include <optional>
 
 #include "bounded_text.h"
-#include "classic_host.h"
+#include "office_host.h"
 #include "conditions.h"
 #include "contract.h"
 #include "files.h"
@@ -24,7 +24,7 @@
 namespace kvil {
 namespace {
 
-using namespace classic;
+using namespace office;
 
 constexpr char kFrontPageUserKey[] = "Software\\Microsoft\\FrontPage";
 constexpr char kLanguageValue[] = "FrontPageLangID";
@@ -169,7 +169,7 @@ void WriteApplicationRecord(const FrontPageHost& host) {
     case ApplicationRecord::kNone:
       return;
     case ApplicationRecord::kOffice2003:
-      WriteOffice2003ApplicationRecord(host.applicationKey, host.applicationName);
+      WriteOfficeApplicationRecord(11, host.applicationKey, host.applicationName);
       return;
     case ApplicationRecord::kFrontPage2000: {
       RecordKeyText key;

@@ -9,7 +9,7 @@
 #include <optional>
 
 #include "bounded_text.h"
-#include "classic_host.h"
+#include "office_host.h"
 #include "conditions.h"
 #include "contract.h"
 #include "installer.h"
@@ -21,7 +21,7 @@
 namespace kvil {
 namespace {
 
-using namespace classic;
+using namespace office;
 
 enum class RecordWriter { kPlain, kWithSavedLanguage };
 
@@ -236,7 +236,7 @@ struct Office2000Ops {
     AttachFiles files;
     if (!files.Allocate()) return 0;
     if (host.applicationRecordName != nullptr) {
-      WriteOffice2003ApplicationRecord(host.applicationKey, host.applicationRecordName);
+      WriteOfficeApplicationRecord(host.officeVersion, host.applicationKey, host.applicationRecordName);
     }
     if (!files.Find(kind, lcid)) return 0;
     TahomaSubstitute tahoma;

@@ -9,7 +9,7 @@
 #include <optional>
 
 #include "bounded_text.h"
-#include "classic_host.h"
+#include "office_host.h"
 #include "conditions.h"
 #include "contract.h"
 #include "files.h"
@@ -22,7 +22,7 @@
 namespace kvil {
 namespace {
 
-using namespace classic;
+using namespace office;
 
 constexpr std::size_t kHostVersionCapacity = 10;
 
@@ -183,7 +183,7 @@ enum class Operation { kExist, kOther };
 // applicable" everywhere but in Exist.
 std::optional<HostResult> RefuseKind(const Office97Host& host, int kind, Operation operation) {
   const bool notApplicable = operation == Operation::kOther && host.outsideKindsNotApplicable;
-  return classic::RefuseKind(host.kinds, kind, notApplicable ? kNotApplicable : 0);
+  return office::RefuseKind(host.kinds, kind, notApplicable ? kNotApplicable : 0);
 }
 
 // The version string the member files its records under.

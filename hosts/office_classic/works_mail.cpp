@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "bounded_text.h"
-#include "classic_host.h"
+#include "office_host.h"
 #include "conditions.h"
 #include "contract.h"
 #include "handles.h"
@@ -22,7 +22,7 @@
 namespace kvil {
 namespace {
 
-using namespace classic;
+using namespace office;
 
 // Where a host keeps the language its own tools use.
 enum class HostLanguage {

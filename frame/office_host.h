@@ -1,7 +1,8 @@
-// What the Microsoft hosts of Office 95 to 2003, FrontPage, Works and the older
-// mail clients share: the answers to tool kinds a host does not take, the files
+// What the Microsoft hosts (Office 95 to 2013, FrontPage, Works and the older
+// mail clients) share: the answers to tool kinds a host does not take, the files
 // Attach needs, Check and Avail against the shared proofing-tools registration,
-// Access's Tahoma substitute, and the Detach that gives a host its language back.
+// Access's Tahoma substitute, the record of the application itself, and the
+// Detach that gives a host its language back.
 #pragma once
 
 #include <windows.h>
@@ -16,7 +17,7 @@
 #include "files.h"
 #include "records.h"
 
-namespace kvil::classic {
+namespace kvil::office {
 
 inline constexpr int kRussian = 1049;
 inline constexpr int kUkrainian = 1058;
@@ -71,7 +72,7 @@ class AttachFiles {
   WorkBuffer recordKey_;
 };
 
-// Avail of every classic host: the host must be there (existAnswer non-zero)
+// Avail of the Office hosts: the host must be there (existAnswer non-zero)
 // and the engine and lexicon in the product's start-up folder.
 HostResult AvailInStartupFolder(int kind, int lcid, HostResult existAnswer);
 
@@ -111,10 +112,10 @@ class TahomaSubstitute {
   bool applied_ = false;
 };
 
-// Office 2003's hosts record the application itself under
-// "...\Products\<application key>\11.0": "Path" is Office 2003's folder (Word's
-// install root, else the Common one) with "<application key>.exe", "Name" the
-// display name. Failures are not reported: the record only informs the product.
-void WriteOffice2003ApplicationRecord(const char* applicationKey, const char* displayName);
+// Office 2003 and later record the application itself under
+// "...\Products\<application key>\<version>.0": "Path" is that Office's folder
+// (Word's install root, else the Common one) with "<application key>.exe", "Name"
+// the display name. Failures are not reported: the record only informs the product.
+void WriteOfficeApplicationRecord(int officeVersion, const char* applicationKey, const char* displayName);
 
-}  // namespace kvil::classic
+}  // namespace kvil::office

@@ -1,4 +1,4 @@
-#include "classic_host.h"
+#include "office_host.h"
 
 #include <cstring>
 
@@ -7,7 +7,7 @@
 #include "proofing.h"
 #include "registry.h"
 
-namespace kvil::classic {
+namespace kvil::office {
 
 std::optional<HostResult> RefuseKind(unsigned kinds, int kind, HostResult outsideAnswer) {
   if (TakesKind(kinds, kind)) return std::nullopt;
@@ -51,12 +51,13 @@ HostResult CheckSharedRegistration(const HostRecord& record, int kind, int lcid)
   return CheckProofingEngine(HKEY_LOCAL_MACHINE, key.c_str(), 0) ? 1 : 0;
 }
 
-void WriteOffice2003ApplicationRecord(const char* applicationKey, const char* displayName) {
-  constexpr int kOffice2003 = 11;
+void WriteOfficeApplicationRecord(int officeVersion, const char* applicationKey, const char* displayName) {
   RecordKeyText key;
-  if (!key.Format("%s\\%s\\Products\\%s\\%d.0", kMakerRoot, GetKvilVersionKey(), applicationKey, kOffice2003)) return;
+  if (!key.Format("%s\\%s\\Products\\%s\\%d.0", kMakerRoot, GetKvilVersionKey(), applicationKey, officeVersion)) {
+    return;
+  }
   PathText folder;
-  if (GetOfficeInstallRoot(kOffice2003, "Word", folder.data(), PathText::kCapacity, true)) {
+  if (GetOfficeInstallRoot(officeVersion, "Word", folder.data(), PathText::kCapacity, true)) {
     PathText program;
     const char* separator = !folder.empty() && folder.view().back() == '\\' ? "" : "\\";
     if (program.Format("%s%s%s.exe", folder.c_str(), separator, applicationKey)) {
@@ -101,4 +102,4 @@ void TahomaSubstitute::Restore(int kind, int lcid) {
   }
 }
 
-}  // namespace kvil::classic
+}  // namespace kvil::office
