@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "com.h"
 #include "registry_probe.h"
 #include "version_fixture.h"
 #include "win32_support.h"
@@ -37,29 +38,6 @@ const char* LexiconLanguageCode(int lcid) {
   }
   return "";
 }
-
-template <typename Interface>
-class ComPointer {
- public:
-  ComPointer() = default;
-  ComPointer(const ComPointer&) = delete;
-  ComPointer& operator=(const ComPointer&) = delete;
-  ~ComPointer() {
-    if (pointer_ != nullptr) pointer_->Release();
-  }
-
-  Interface* get() const { return pointer_; }
-  Interface* operator->() const { return pointer_; }
-  // For the out-parameter of a creating call; releases what was held first.
-  Interface** put() {
-    if (pointer_ != nullptr) std::exchange(pointer_, nullptr)->Release();
-    return &pointer_;
-  }
-  void** put_void() { return reinterpret_cast<void**>(put()); }
-
- private:
-  Interface* pointer_ = nullptr;
-};
 
 void CheckCom(HRESULT status, const std::string& what) {
   if (FAILED(status)) ThrowComError(what, status);
@@ -142,7 +120,7 @@ InstalledProduct InstallProduct(const ProductOptions& options) {
 }
 
 void CreateShortcut(const std::string& linkPath, const std::string& targetPath) {
-  ComPointer<IShellLinkA> link;
+  ComPtr<IShellLinkA> link;
   CheckCom(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkA, link.put_void()),
            "cannot create a shell link object for " + linkPath);
   CheckCom(link->SetPath(targetPath.c_str()), "cannot set the shell link target " + targetPath);
@@ -155,10 +133,10 @@ void CreateShortcut(const std::string& linkPath, const std::string& targetPath) 
   // IPersistFile::Save: the bytes are the same, but under Wine IPersistFile::Save
   // also starts winemenubuilder, which copies every shortcut in a Start-menu
   // folder into the desktop menu of the real user outside the prefix.
-  ComPointer<IPersistStream> persist;
+  ComPtr<IPersistStream> persist;
   CheckCom(link->QueryInterface(IID_IPersistStream, persist.put_void()),
            "the shell link object cannot be written to a stream");
-  ComPointer<IStream> file;
+  ComPtr<IStream> file;
   CheckCom(SHCreateStreamOnFileEx(Widen(linkPath).c_str(), STGM_WRITE | STGM_CREATE | STGM_SHARE_EXCLUSIVE,
                                   FILE_ATTRIBUTE_NORMAL, TRUE, nullptr, file.put()),
            "cannot create the shell link file " + linkPath);
