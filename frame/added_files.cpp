@@ -97,6 +97,9 @@ void AddedFilesList::MergeInto(const wchar_t* xmlPath) const {
                               document.put_void()))) {
     return;
   }
+  // The document loads asynchronously unless told otherwise; the merge needs the
+  // whole existing list before it appends.
+  document->put_async(VARIANT_FALSE);
   VARIANT_BOOL loaded = VARIANT_FALSE;
   HRESULT status;
   if (GetFileAttributesW(xmlPath) == INVALID_FILE_ATTRIBUTES) {
