@@ -203,4 +203,79 @@ std::string ReadTahomaSubstitute() { return ReadTahomaEntry().value_or(""); }
 
 void WriteTahomaSubstitute(const char* value) { WriteProfileEntry(kTahomaEntry, value); }
 
+namespace {
+
+struct ListRow {
+  int officeVersion;
+  int kind;
+  const char* packedComponent;
+  const char* valueName;
+  const char* marker;
+};
+// Two lists per tool, as Office 2007 and 2010 publish their Russian tools.
+const ListRow kListRows[] = {
+    {14, 1, "841D7D937A947D641B95375D7377D30F", "1049\\1049", "Grammar_Rus"},
+    {14, 1, "EA77853199E1AFF4B87708D83E6A7046", "1049", "Grammar_Rus"},
+    {14, 2, "C1B9F03778BFB9F44A7480D07DBA8673", "1049", "Thesaurus_Rus"},
+    {14, 2, "52F71700CF4ECC943935F02FFE26CD94", "1049", "Thesaurus_Rus"},
+    {14, 3, "D2BAB82BD3A45B64A98320C5DA73343A", "1049", "Hyphenator_Rus"},
+    {14, 3, "90D36D095E6F36F4EA2170800E47A4B7", "1049", "Hyphenator_Rus"},
+    {12, 2, "54BE92CC2CB71D119A12000A9CE1A22A", "1049", "Thesaurus_Rus"},
+    {12, 2, "34BE92CC2CB71D119A12000A9CE1A22A", "1049", "Thesaurus_Rus"},
+    {12, 3, "73BE92CC2CB71D119A12000A9CE1A22A", "1049", "Hyphenator_Rus"},
+    {12, 3, "53BE92CC2CB71D119A12000A9CE1A22A", "1049", "Hyphenator_Rus"},
+};
+// Installer descriptors: Microsoft's proofing package, then the product's, whose
+// feature is named by the marker word.
+constexpr char kMicrosoftEntry[] = "p]{Pz5Bd@S+!Zmc8?Fq6ProofingTools_1049>nD%$eF[F?r5A~)v]o_";
+constexpr char kProductEntryPrefix[] = "8u2o$WTx9Z}7M4a]cK)q";
+
+}  // namespace
+
+std::vector<std::string> ModernOfficeApplications() {
+  return {"Word", "Excel", "PowerPoint", "Access", "Outlook", "Publisher", "Frontpg", "Infopath", "OneNote"};
+}
+
+std::vector<QualifiedComponentList> ModernOfficeLists(int officeVersion) {
+  std::vector<QualifiedComponentList> lists;
+  for (const ListRow& row : kListRows) {
+    if (row.officeVersion != officeVersion) continue;
+    lists.push_back({row.kind, std::string("Installer\\Components\\") + row.packedComponent, row.valueName,
+                     std::string(kProductEntryPrefix) + row.marker + ">Kvil_Proofing"});
+  }
+  return lists;
+}
+
+std::string MicrosoftListEntry() { return kMicrosoftEntry; }
+
+RegValue InstalledList(const QualifiedComponentList& list) {
+  const std::string text = std::string(kMicrosoftEntry) + '\0' + list.productEntry + '\0' + '\0';
+  return {REG_MULTI_SZ, std::vector<std::uint8_t>(text.begin(), text.end())};
+}
+
+std::vector<std::string> Office2013ProofFiles() {
+  return {"1049\\MSGR8RU.DLL", "MSGR8RU.LEX", "MSTH8RU.DLL", "MSTH8RU.LEX", "MSHY7RU.DLL", "MSHY7UK.DLL"};
+}
+
+void InstallModernOffice(int officeVersion, const std::string& officeFolder,
+                         const std::vector<std::string>& applications) {
+  const std::string root = "SOFTWARE\\Microsoft\\Office\\" + std::to_string(officeVersion) + ".0\\";
+  for (const std::string& application : applications) {
+    WriteText(HKEY_LOCAL_MACHINE, root + application + "\\InstallRoot", "Path", officeFolder + "\\");
+  }
+  CreateFolder(officeFolder);
+  WriteVersionedModule(officeFolder + (officeVersion == 12 ? "\\msproof6.dll" : "\\msproof7.dll"),
+                       HostProgram(static_cast<WORD>(officeVersion), 0));
+  for (const QualifiedComponentList& list : ModernOfficeLists(officeVersion)) {
+    const RegValue value = InstalledList(list);
+    WriteRaw(HKEY_CLASSES_ROOT, list.key, list.valueName, value.type, value.bytes);
+  }
+  if (officeVersion != 15) return;
+  CreateFolder(officeFolder + "\\PROOF\\1049");
+  for (const std::string& file : Office2013ProofFiles()) {
+    WriteFile(officeFolder + "\\PROOF\\" + file, "Microsoft Office 2013 " + file + "\r\n");
+  }
+}
+
 }  // namespace kvil::test
+

@@ -7,6 +7,9 @@
 #include <windows.h>
 
 #include <string>
+#include <vector>
+
+#include "registry_probe.h"
 
 namespace kvil::test {
 
@@ -105,5 +108,33 @@ class FontSubstituteGuard {
 std::string ReadTahomaSubstitute();
 // Writes the entry (nullptr removes it).
 void WriteTahomaSubstitute(const char* value);
+
+std::vector<std::string> ModernOfficeApplications();
+
+// Office 2007, 2010 or 2013 (officeVersion 12, 14, 15) as its setup leaves it:
+// the install root "Path" = officeFolder + "\" of each application given (by
+// default all: Word, Excel, PowerPoint, Access, Outlook, Publisher, Frontpg,
+// Infopath, OneNote), Word's
+// proofing-tool module ("msproof6.dll" for 2007, "msproof7.dll" after, a module
+// of Microsoft's), and Microsoft's Russian tools: for 2007 and 2010 the
+// qualified-component lists under HKCR holding Microsoft's entry and then the
+// product's (double-NUL ended); for 2013 the files of "PROOF".
+void InstallModernOffice(int officeVersion, const std::string& officeFolder,
+                         const std::vector<std::string>& applications = ModernOfficeApplications());
+
+// One of the Russian qualified-component lists of Office 2007 or 2010.
+struct QualifiedComponentList {
+  int kind;
+  std::string key;  // under HKEY_CLASSES_ROOT
+  std::string valueName;
+  std::string productEntry;  // the entry holding the tool's marker word
+};
+std::vector<QualifiedComponentList> ModernOfficeLists(int officeVersion);
+// The list as InstallModernOffice writes it: Microsoft's entry, the product's, an empty one.
+RegValue InstalledList(const QualifiedComponentList& list);
+std::string MicrosoftListEntry();
+
+// Microsoft's Office 2013 files in "PROOF" (relative to it), in the order they are switched.
+std::vector<std::string> Office2013ProofFiles();
 
 }  // namespace kvil::test

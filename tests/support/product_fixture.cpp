@@ -53,7 +53,7 @@ void WriteStartupFolder(const std::string& folder, int lcid) {
   const std::pair<const char*, const VersionStamp*> modules[] = {
       {"kvilsp3.dll", &engine},       {"KVILGR32.DLL", &engine},      {"KVILTH32.DLL", &engine},
       {"gram_mod.dll", &olderModule}, {"thes_mod.dll", &olderModule}, {"inhy32ru.dll", &olderModule},
-      {"inhy32ur.dll", &olderModule}, {"kvileditor.exe", &engine},
+      {"inhy32ur.dll", &olderModule}, {"kvileditor.exe", &engine},   {"kvilproof.dll", &engine},
   };
   for (const auto& [name, stamp] : modules) WriteVersionedModule(folder + "\\" + name, *stamp);
 

@@ -39,7 +39,8 @@ struct InstalledProduct {
 // Registry under the current HKLM (redirected in tests), files under the given
 // folders. Each start-up folder gets: "kvilsp3.dll", "KVILGR32.DLL",
 // "KVILTH32.DLL" (8.0, Tervane), "gram_mod.dll", "thes_mod.dll", "inhy32ru.dll",
-// "inhy32ur.dll" (6.0, Tervane), "kvileditor.exe", and the lexicons
+// "inhy32ur.dll" (6.0, Tervane), "kvileditor.exe", Office's proofing-tool
+// module "kvilproof.dll" (8.0, Tervane), and the lexicons
 // "SP<LL>NORM.LEX", "grrunorm.lex", "thrunorm.lex", "hyRUnorm.lex", "HYURNORM.LEX".
 InstalledProduct InstallProduct(const ProductOptions& options);
 

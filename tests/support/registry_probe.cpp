@@ -128,7 +128,7 @@ std::map<std::string, std::string> DescribeValues(HKEY root, const std::string& 
     } else if (const std::optional<std::string> text = ReadText(root, path, name)) {
       described[name] = "sz:" + *text;
     } else if (const std::optional<RegValue> other = ReadValue(root, path, name)) {
-      described[name] = "type " + std::to_string(other->type);
+      described[name] = "type " + std::to_string(other->type) + ":" + std::string(other->bytes.begin(), other->bytes.end());
     }
   }
   return described;

@@ -35,7 +35,8 @@ std::vector<std::string> SubkeyNames(HKEY root, const std::string& path);
 std::vector<std::string> ValueNames(HKEY root, const std::string& path);
 
 // Every value of a key, for comparing a whole record at once: REG_DWORD as its
-// decimal number, REG_SZ / REG_EXPAND_SZ as "sz:<text>", anything else "type <n>".
+// decimal number, REG_SZ / REG_EXPAND_SZ as "sz:<text>", anything else
+// "type <n>:<its bytes exactly>".
 std::map<std::string, std::string> DescribeValues(HKEY root, const std::string& path);
 
 // Every key and value below path, for stating all that an operation left

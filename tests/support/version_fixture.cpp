@@ -3,6 +3,7 @@
 #include <winver.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -246,6 +247,42 @@ std::string ReadFileBytes(const std::string& path) {
     ThrowLastError("cannot read " + path);
   }
   contents.resize(read);
+  return contents;
+}
+
+namespace {
+// The size and a 64-bit FNV-1a hash of the bytes: equal for equal files, and
+// short enough to print when a comparison fails.
+std::string Fingerprint(const std::string& bytes) {
+  std::uint64_t hash = 14695981039346656037ull;
+  for (unsigned char byte : bytes) hash = (hash ^ byte) * 1099511628211ull;
+  char text[64];
+  std::snprintf(text, sizeof text, "%zu bytes, fnv %016llx", bytes.size(), static_cast<unsigned long long>(hash));
+  return text;
+}
+
+void CollectFolder(const std::string& folder, const std::string& relative, std::map<std::string, std::string>& out) {
+  WIN32_FIND_DATAA found{};
+  const kvil::UniqueFind find(FindFirstFileA((folder + "\\*").c_str(), &found));
+  if (!find) return;
+  do {
+    const std::string name = found.cFileName;
+    if (name == "." || name == "..") continue;
+    const std::string path = folder + "\\" + name;
+    const std::string inside = relative.empty() ? name : relative + "\\" + name;
+    if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+      out[inside] = "<folder>";
+      CollectFolder(path, inside, out);
+    } else {
+      out[inside] = Fingerprint(ReadFileBytes(path));
+    }
+  } while (FindNextFileA(find.get(), &found));
+}
+}  // namespace
+
+std::map<std::string, std::string> FolderContents(const std::string& folder) {
+  std::map<std::string, std::string> contents;
+  CollectFolder(folder, "", contents);
   return contents;
 }
 

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <array>
+#include <map>
 #include <string>
 
 namespace kvil::test {
@@ -39,5 +40,8 @@ void CreateFolder(const std::string& path);
 // True for a file, false for a folder or nothing at path.
 bool FileExists(const std::string& path);
 std::string ReadFileBytes(const std::string& path);
+// Everything below folder: relative path -> "<size> bytes, fnv <hash of the
+// bytes>" for a file, "<folder>" for a folder.
+std::map<std::string, std::string> FolderContents(const std::string& folder);
 
 }  // namespace kvil::test
