@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # The main job: builds everything, seeds a fresh demo machine (a private Wine
 # prefix with the product installed for Russian and Ukrainian, Word, Excel and
-# Access 97 and 2000), surveys its hosts, attaches the Editor's, Word 97's and
-# Word 2000's Russian spellers and surveys again.
+# Access 97 and 2000, FrontPage 2000, Word, Excel and Outlook 2010), surveys its
+# hosts, attaches the Editor's, Word 97's and Word 2000's Russian spellers and
+# Word 2010's Russian grammar checker, and surveys again.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/build.sh
@@ -25,5 +26,15 @@ step "kvilhosts attach WW90 speller ru"
 "$run" "$bin/kvilhosts.exe" attach WW90 speller ru
 step "Office 2000's Russian speller engine as the Installer now hands it out"
 "$run" reg query 'HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Installer\UserData\S-1-5-18\Components\CEF3839E23492D1109A00008F5B92110'
+step "kvilhosts attach WW14 grammar ru, saving the added-files list"
+"$run" "$bin/kvilhosts.exe" attach WW14 grammar ru --added-files 'C:\Program Files\Kvil'
+office14="$KVIL_WINEPREFIX/drive_c/Program Files/Microsoft Office/Office14"
+step "Word 2010's proofing-tool module is the product's, Office's own kept beside it"
+ls -l "$office14"
+cmp "$office14/msproof7.dll" "$KVIL_WINEPREFIX/drive_c/Program Files/Kvil/kvilproof.dll" && echo "msproof7.dll = kvilproof.dll"
+step "Office 2010's Russian grammar list now names the product alone; the whole list is kept"
+"$run" reg query 'HKCR\Installer\Components\841D7D937A947D641B95375D7377D30F'
+step "the added-files list"
+cat "$KVIL_WINEPREFIX/drive_c/Program Files/Kvil/addfiles.xml"; echo
 step "kvilhosts list"
 "$run" "$bin/kvilhosts.exe" list

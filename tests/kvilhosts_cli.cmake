@@ -97,6 +97,17 @@ set(clean_machine_rows
   "MSPub100|MSPUB|10.0|n/a|n/a|n/a|n/a"
   "MSPub11|MSPUB|11.0|absent|n/a|absent|absent"
   "InfoPath11|INFOPATH|11.0|absent|n/a|n/a|n/a"
+  # Office 2007 to 2013: each application takes the same tools in the three
+  # versions, but Outlook 2007 is found for the speller only.
+  "WW12|WINWORD|12.0|absent|absent|absent|absent"
+  "OUTL12|OUTLOOK|12.0|absent|n/a|n/a|n/a"
+  "OUTL14|OUTLOOK|14.0|absent|absent|absent|n/a"
+  "EX14|EXCEL|14.0|absent|n/a|absent|n/a"
+  "MSPub14|MSPUB|14.0|absent|n/a|absent|absent"
+  "ACC15|MSACCESS|15.0|absent|n/a|n/a|n/a"
+  "FPAGE15|FRONTPG|15.0|absent|n/a|absent|n/a"
+  "InfoPath12|INFOPATH|12.0|absent|n/a|n/a|n/a"
+  "OneNote15|ONENOTE|15.0|absent|n/a|absent|n/a"
   # FrontPage 97 and 98 take the speller, 2000 to 2003 the thesaurus too.
   "FPAGE97|FPEDITOR|2.0|absent|n/a|n/a|n/a"
   "FPAGE98|FPEDITOR|3.0|absent|n/a|n/a|n/a"

@@ -140,6 +140,25 @@ void SeedFrontPage2000(const SeedLog& log) {
   log.Seeded(std::string("program ") + kOffice2000Folder + "\\Frontpg.exe (4.0)");
 }
 
+// Office 2010: Word, Excel and Outlook, Word's proofing-tool module, and the
+// Installer's lists of Russian proofing tools naming Microsoft's and the
+// product's side by side, so that attaching Word 2010's Russian grammar checker
+// shows Microsoft's tools switched aside and the module replaced.
+constexpr char kOffice2010Folder[] = "C:\\Program Files\\Microsoft Office\\Office14";
+
+void SeedOffice2010(const SeedLog& log) {
+  kvil::test::InstallModernOffice(14, kOffice2010Folder, {"Word", "Excel", "Outlook"});
+  for (const char* application : {"Word", "Excel", "Outlook"}) {
+    log.Seeded(std::string("install root HKLM\\SOFTWARE\\Microsoft\\Office\\14.0\\") + application +
+               "\\InstallRoot (Path " + kOffice2010Folder + "\\)");
+  }
+  log.Seeded(std::string("proofing-tool module ") + kOffice2010Folder + "\\msproof7.dll (14.0)");
+  for (const kvil::test::QualifiedComponentList& list : kvil::test::ModernOfficeLists(14)) {
+    log.Seeded("qualified components HKCR\\" + list.key + " (" + list.valueName + ": Microsoft's entry, " +
+               list.productEntry + ")");
+  }
+}
+
 // What the demo machine holds, in seeding order. The product comes first: every
 // host step after it attaches to or looks for the product's files.
 const std::vector<SeedingStep>& DemoMachine() {
@@ -150,6 +169,7 @@ const std::vector<SeedingStep>& DemoMachine() {
       {"Access 97", SeedAccess97},
       {"Office 2000", SeedOffice2000},
       {"FrontPage 2000", SeedFrontPage2000},
+      {"Office 2010", SeedOffice2010},
   };
   return steps;
 }

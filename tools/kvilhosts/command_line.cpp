@@ -37,7 +37,8 @@ std::optional<Command> ParseCommand(std::string_view word) {
 
 const char kUsage[] =
     "usage: kvilhosts [--dll PATH] list [--lang LANG] [--json]\n"
-    "       kvilhosts [--dll PATH] attach|detach|check SUFFIX TOOL LANG\n"
+    "       kvilhosts [--dll PATH] attach|detach SUFFIX TOOL LANG [--added-files FOLDER]\n"
+    "       kvilhosts [--dll PATH] check SUFFIX TOOL LANG\n"
     "       kvilhosts --help\n"
     "\n"
     "Surveys the host modules of kvilintg.dll through their exports, as the setup\n"
@@ -57,6 +58,8 @@ const char kUsage[] =
     "  TOOL      speller, grammar, thesaurus, hyphenator, or 0 to 3\n"
     "  LANG      ru, uk, or an LCID: 1049 1058 1033 2057 3081 1031 1034 1036\n"
     "            1040 1046 2070 (list defaults to ru)\n"
+    "  --added-files  after attach or detach, saves the files the library placed\n"
+    "            outside the product's folder into FOLDER\\addfiles.xml\n"
     "  --dll     the library to load, before or after the command; default:\n"
     "            kvilintg.dll beside kvilhosts.exe\n"
     "\n"
@@ -99,11 +102,13 @@ ParsedCommandLine ParseCommandLine(std::span<const std::string_view> args) {
       invocation.command = Command::kHelp;
       return parsed;
     }
-    if (arg == "--dll" || arg == "--lang") {
+    if (arg == "--dll" || arg == "--lang" || arg == "--added-files") {
       if (i + 1 == args.size()) return fail(std::string(arg) + " needs a value");
       const std::string_view value = args[++i];
       if (arg == "--dll") {
         invocation.libraryPath = std::string(value);
+      } else if (arg == "--added-files") {
+        invocation.addedFilesFolder = std::string(value);
       } else {
         language = value;
       }
@@ -121,6 +126,10 @@ ParsedCommandLine ParseCommandLine(std::span<const std::string_view> args) {
   const std::optional<Command> command = ParseCommand(positional[0]);
   if (!command) return fail("unknown command " + Quoted(positional[0]));
   invocation.command = *command;
+  if (invocation.addedFilesFolder && invocation.command != Command::kAttach &&
+      invocation.command != Command::kDetach) {
+    return fail("--added-files belongs to attach and detach, not " + std::string(positional[0]));
+  }
 
   if (invocation.command == Command::kList) {
     if (positional.size() > 1) return fail("unexpected argument " + Quoted(positional[1]));

@@ -24,6 +24,9 @@ struct Invocation {
   // attach, detach, check
   std::string_view suffix;  // the suffix table's spelling
   std::int32_t kind = 0;
+  // attach, detach: the folder the library's added-files list is saved into
+  // ("addfiles.xml") after the operation, as the setup program does at the end.
+  std::optional<std::string> addedFilesFolder;
 };
 
 struct ParsedCommandLine {

@@ -2,6 +2,7 @@
 // does, to survey a machine's hosts or to attach, detach and check one tool by hand.
 
 #include <windows.h>
+#include <objbase.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -64,6 +65,23 @@ int RunOperation(const Invocation& invocation, const HostExports& host) {
   return outcome.success ? kExitSuccess : kExitRefused;
 }
 
+// The setup program's last step: the library's list of files it placed outside
+// the product's folder, merged into <folder>\addfiles.xml. The library leaves
+// COM to its caller.
+bool SaveAddedFiles(HMODULE library, const std::string& folder) {
+  using SaveExport = void (*)(const char*);
+  const auto save = reinterpret_cast<SaveExport>(GetProcAddress(library, "extSaveToXml"));
+  if (save == nullptr) {
+    PrintError("the library has no added-files list");
+    return false;
+  }
+  const HRESULT com = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  save(folder.c_str());
+  if (SUCCEEDED(com)) CoUninitialize();
+  std::printf("added files saved to %s\\addfiles.xml\n", folder.c_str());
+  return true;
+}
+
 int Run(const Invocation& invocation) {
   const std::string path = invocation.libraryPath.value_or(DefaultLibraryPath());
   const LoadResult library = LoadHostLibrary(path);
@@ -84,7 +102,11 @@ int Run(const Invocation& invocation) {
     PrintError(std::string(invocation.suffix) + " is not built into " + path);
     return kExitRefused;
   }
-  return RunOperation(invocation, *host);
+  const int status = RunOperation(invocation, *host);
+  if (invocation.addedFilesFolder && !SaveAddedFiles(library.module.get(), *invocation.addedFilesFolder)) {
+    return kExitRefused;
+  }
+  return status;
 }
 
 int Main(int argc, char** argv) {
