@@ -149,6 +149,29 @@ TEST_F(ModernOffice, EveryMembersTypicalRequest) {
   }
 }
 
+// The Installer redirection has rows for the Russian grammar checker only: Word's
+// speller stops there with "not applicable", after its application record,
+// while Publisher goes on with any answer. Office 2010 and 2013 then take
+// "StrictYO" out of the speller's record; Office 2007 leaves it.
+TEST_F(ModernOffice, SpellerAttachStopsAtTheInstallerExceptForPublisher) {
+  for (int version : {12, 14}) InstallModernOffice(version, OfficeFolder(version));
+  const std::string originalModule = ReadFileBytes(Module(14));
+  EXPECT_EQ(Call("Attach", "WW14", 0), kNA);
+  EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, std::string(kProductRecords) + "\\WINWORD\\14.0"));
+  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, Record("WINWORD\\14.0", "Spelling")));
+  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kSharedProofingTools));
+  EXPECT_EQ(ReadFileBytes(Module(14)), originalModule);
+
+  const Values speller{{"Learning", "1"}, {"Original LID", "1033"}, {"Action", "1"}, {"Saved LID", "0"},
+                       {"Attached", "1"}, {"Supplement dictionaries", "sz:Normal"}};
+  Values spellerWithStrictYo = speller;
+  spellerWithStrictYo["StrictYO"] = "1";
+  ASSERT_EQ(Call("Attach", "MSPub14", 0), 1u);
+  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record("MSPUB\\14.0", "Spelling")), speller);
+  ASSERT_EQ(Call("Attach", "MSPub12", 0), 1u);
+  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record("MSPUB\\12.0", "Spelling")), spellerWithStrictYo);
+}
+
 // Word's grammar checker and Publisher's thesaurus attached twice, then detached
 // with Office's module: every list, module and file of Office is as it was.
 TEST_F(ModernOffice, AttachTwiceThenDetachPutsOfficeBackByteForByte) {
@@ -214,6 +237,21 @@ TEST_F(ModernOffice, Office2007LeavesTheHyphenatorListReducedAndDropsAnUnsavedGr
   ASSERT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, Registration("Grammar")));
   ASSERT_EQ(Call("Detach", "WW12", 1), 1u);
   EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, Registration("Grammar")));
+}
+
+// PowerPoint's Detach only clears its record; Word's switches Microsoft's tool back.
+TEST_F(ModernOffice, PowerPointDetachLeavesMicrosoftsToolSwitchedOut) {
+  InstallModernOffice(14, OfficeFolder(14));
+  Export<KindAndLanguage>("DetachMS2010ProofingTool")(2, 1049);
+  const std::string microsoftOnly = MicrosoftListEntry() + '\0';
+  const RegValue microsoftList{REG_MULTI_SZ, {microsoftOnly.begin(), microsoftOnly.end()}};
+  for (const auto& [suffix, switchedBack] : {std::pair{"PP14", false}, {"WW14", true}}) {
+    EXPECT_EQ(Call("Detach", suffix, 2), 1u);
+    for (const QualifiedComponentList& list : ModernOfficeLists(14)) {
+      if (list.kind != 2) continue;
+      EXPECT_EQ(Live(list), switchedBack ? microsoftList : ProductEntryOnly(list)) << suffix << " " << list.key;
+    }
+  }
 }
 
 TEST_F(ModernOffice, Office2007GrammarComesBackFromTheProductsSavedCopyOnlyWhereOfficeHasNone) {
