@@ -32,6 +32,8 @@ office14="$KVIL_WINEPREFIX/drive_c/Program Files/Microsoft Office/Office14"
 step "Word 2010's proofing-tool module is the product's, Office's own kept beside it"
 ls -l "$office14"
 cmp "$office14/msproof7.dll" "$KVIL_WINEPREFIX/drive_c/Program Files/Kvil/kvilproof.dll" && echo "msproof7.dll = kvilproof.dll"
+# The product's entry is written without the list's closing NUL, as Office has
+# always been given it; reg shows such a list with its last letter cut off.
 step "Office 2010's Russian grammar list now names the product alone; the whole list is kept"
 "$run" reg query 'HKCR\Installer\Components\841D7D937A947D641B95375D7377D30F'
 step "the added-files list"
