@@ -225,10 +225,16 @@ void DropProductEntry(const QualifiedComponentList& list, const char* marker) {
   if (!kept.empty()) WriteList(key.get(), list.valueName, kept);
 }
 
+// A string of the saved registration with the type it was saved with; a value
+// stored without its terminator is ended inside the buffer all the same.
 bool ReadRegistrationValue(HKEY key, const char* name, PathText& text, DWORD& type) {
   DWORD size = PathText::kCapacity - 1;
-  text.Clear();
-  return RegQueryValueExA(key, name, nullptr, &type, reinterpret_cast<BYTE*>(text.data()), &size) == ERROR_SUCCESS;
+  if (RegQueryValueExA(key, name, nullptr, &type, reinterpret_cast<BYTE*>(text.data()), &size) != ERROR_SUCCESS) {
+    text.Clear();
+    return false;
+  }
+  text.data()[size] = '\0';
+  return true;
 }
 
 // Office 2007's grammar goes back to the registration the product saved as
@@ -310,26 +316,22 @@ void SwitchEveryOffice2013Tool(bool aside) {
 // name and announced for removal with the product. A Microsoft file still in
 // that place is first kept as "<name>.ORIG", as switching the tool out would.
 void CopyIntoOffice2013(const char* productFile, const char* proofFile, const char* folderToCreate) {
-  LongPath office;
+  LongPath proof;
   LongPath product;
   DWORD length = LongPath::kCapacity;
-  if (!GetOfficeInstallRoot(kOffice2013, "Word", office.data(), LongPath::kCapacity, true) ||
-      !GetUninstallDir(product.data(), &length) || !product.Append("\\") || !product.Append(productFile)) {
+  if (!Office2013ProofFolder(proof) || !GetUninstallDir(product.data(), &length) || !product.Append("\\") ||
+      !product.Append(productFile)) {
     return;
   }
-  LongPath target;
-  LongPath saved;
   if (folderToCreate != nullptr) {
-    LongPath proof;
     LongPath language;
-    if (!proof.Format("%s\\PROOF", office.c_str()) || !language.Format("%s\\%s", proof.c_str(), folderToCreate)) return;
+    if (!language.Format("%s%s", proof.c_str(), folderToCreate)) return;
     CreateDirectoryA(proof.c_str(), nullptr);
     CreateDirectoryA(language.c_str(), nullptr);
   }
-  if (!target.Format("%s\\PROOF\\%s", office.c_str(), proofFile) ||
-      !saved.Format("%s%s", target.c_str(), kSavedSuffix)) {
-    return;
-  }
+  LongPath target;
+  LongPath saved;
+  if (!target.Format("%s%s", proof.c_str(), proofFile) || !saved.Format("%s%s", target.c_str(), kSavedSuffix)) return;
   if (ReplaceHostModule(target.c_str(), saved.c_str(), product.c_str())) extAddFilePath(target.c_str());
 }
 
