@@ -252,6 +252,9 @@ TEST_F(ModernOffice, PowerPointDetachLeavesMicrosoftsToolSwitchedOut) {
       EXPECT_EQ(Live(list), switchedBack ? microsoftList : ProductEntryOnly(list)) << suffix << " " << list.key;
     }
   }
+  // Neither was attached; each still records that it is not.
+  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record("POWERPNT\\14.0", "Thesaurus")), (Values{{"Attached", "0"}}));
+  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record("WINWORD\\14.0", "Thesaurus")), (Values{{"Attached", "0"}}));
 }
 
 TEST_F(ModernOffice, Office2007GrammarComesBackFromTheProductsSavedCopyOnlyWhereOfficeHasNone) {
