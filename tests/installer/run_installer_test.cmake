@@ -14,10 +14,8 @@ foreach(required SOURCE_DIR WORK_DIR PREFIX WINE_RUN WINESERVER TEST_PROGRAM)
   endif()
 endforeach()
 
-set(product_code "{00000419-78E1-11D2-B60F-006097C998E7}")
-set(package "${WORK_DIR}/proofing_tools.msi")
-set(install_log "${WORK_DIR}/install.log")
-set(remove_log "${WORK_DIR}/remove.log")
+# Each package's product code, which msiexec /x removes it by.
+set(proofing_tools_code "{00000419-78E1-11D2-B60F-006097C998E7}")
 set(ENV{KVIL_WINEPREFIX} "${PREFIX}")
 
 # msiexec reads and writes through Wine's drive Z:, which is the Unix root.
@@ -81,6 +79,37 @@ function(run_tests step filter)
   endif()
 endfunction()
 
+# <name>.wxs built into <name>.msi. wixl writes no PublishComponent table and
+# leaves the publishing actions out of the execute sequence; both are added to
+# the built package, the table from <name>.idt. 1700 and 6200 are the actions'
+# places in the Installer's standard sequence.
+function(build_package name)
+  set(package "${WORK_DIR}/${name}.msi")
+  run_step("wixl ${name}" WORKING_DIRECTORY "${WORK_DIR}/payload"
+           COMMAND ${WIXL} -a x64 -o ${package} ${SOURCE_DIR}/${name}.wxs)
+  run_step("msibuild ${name} PublishComponent" COMMAND ${MSIBUILD} ${package} -i ${SOURCE_DIR}/${name}.idt)
+  foreach(action IN ITEMS "UnpublishComponents|1700" "PublishComponents|6200")
+    string(REPLACE "|" ";" action "${action}")
+    list(GET action 0 action_name)
+    list(GET action 1 sequence)
+    run_step("msibuild ${name} ${action_name}" COMMAND ${MSIBUILD} ${package} -q
+             "INSERT INTO `InstallExecuteSequence` (`Action`, `Sequence`) VALUES ('${action_name}', ${sequence})")
+  endforeach()
+endfunction()
+
+function(install_package name)
+  windows_path("${WORK_DIR}/${name}.msi" package_path)
+  windows_path("${WORK_DIR}/${name}-install.log" log_path)
+  run_step("msiexec /i ${name}" LOG "${WORK_DIR}/${name}-install.log"
+           COMMAND ${WINE_RUN} msiexec /i ${package_path} /qn /l*v ${log_path})
+endfunction()
+
+function(remove_package name)
+  windows_path("${WORK_DIR}/${name}-remove.log" log_path)
+  run_step("msiexec /x ${name}" LOG "${WORK_DIR}/${name}-remove.log"
+           COMMAND ${WINE_RUN} msiexec /x ${${name}_code} /qn /l*v ${log_path})
+endfunction()
+
 remove_prefix()
 file(REMOVE_RECURSE "${WORK_DIR}")
 file(MAKE_DIRECTORY "${WORK_DIR}/payload")
@@ -95,28 +124,11 @@ find_program(MSIBUILD msibuild)
 if(NOT WIXL OR NOT MSIBUILD)
   fail("wixl and msibuild are needed" "install Debian's wixl and msitools (scripts/install-deps.sh)")
 endif()
-run_step("wixl" WORKING_DIRECTORY "${WORK_DIR}/payload"
-         COMMAND ${WIXL} -a x64 -o ${package} ${SOURCE_DIR}/proofing_tools.wxs)
-# wixl writes no PublishComponent table and leaves the publishing actions out of
-# the execute sequence; both are added to the built package. 1700 and 6200 are
-# their places in the Installer's standard sequence.
-run_step("msibuild PublishComponent" COMMAND ${MSIBUILD} ${package} -i ${SOURCE_DIR}/PublishComponent.idt)
-foreach(action IN ITEMS "UnpublishComponents|1700" "PublishComponents|6200")
-  string(REPLACE "|" ";" action "${action}")
-  list(GET action 0 name)
-  list(GET action 1 sequence)
-  run_step("msibuild ${name}" COMMAND ${MSIBUILD} ${package} -q
-           "INSERT INTO `InstallExecuteSequence` (`Action`, `Sequence`) VALUES ('${name}', ${sequence})")
-endforeach()
+build_package(proofing_tools)
 
-windows_path("${package}" package_path)
-windows_path("${install_log}" install_log_path)
-windows_path("${remove_log}" remove_log_path)
-run_step("msiexec /i" LOG "${install_log}"
-         COMMAND ${WINE_RUN} msiexec /i ${package_path} /qn /l*v ${install_log_path})
+install_package(proofing_tools)
 run_tests("installed package tests" "InstalledPackage.*")
-run_step("msiexec /x" LOG "${remove_log}"
-         COMMAND ${WINE_RUN} msiexec /x ${product_code} /qn /l*v ${remove_log_path})
+remove_package(proofing_tools)
 run_tests("removed package tests" "RemovedPackage.*")
 
 remove_prefix()
