@@ -117,8 +117,8 @@ constexpr SpellerComponent kSpellerComponents[] = {
 
 // The product (8.0, Russian) installed on the prefix with its start-up folder in
 // a temporary folder; its keys are taken away again after each test so that
-// msiexec later removes the package from the machine it installed it on.
-class InstalledPackage : public ::testing::Test {
+// msiexec later removes the packages from the machine it installed them on.
+class ProductOnPrefix : public ::testing::Test {
  protected:
   void SetUp() override {
     folder_ = std::make_unique<ScratchFolder>();
@@ -141,15 +141,18 @@ class InstalledPackage : public ::testing::Test {
   const LibraryUnderTest& dll() const { return *dll_; }
   std::string StartupDir() const { return product_->StartupDir(1049); }
 
-  std::uint32_t RegisterRussianSpeller(int restore) const {
-    return Bind<RegisterOffice90Export>(dll(), "RegisterOffice90")(0, 1049, StartupDir().c_str(), "kvilsp3.dll",
-                                                                   "SPRUNORM.LEX", restore, kOffice2000);
-  }
-
  private:
   std::unique_ptr<ScratchFolder> folder_;
   std::optional<InstalledProduct> product_;
   std::unique_ptr<LibraryUnderTest> dll_;
+};
+
+class InstalledPackage : public ProductOnPrefix {
+ protected:
+  std::uint32_t RegisterRussianSpeller(int restore) const {
+    return Bind<RegisterOffice90Export>(dll(), "RegisterOffice90")(0, 1049, StartupDir().c_str(), "kvilsp3.dll",
+                                                                   "SPRUNORM.LEX", restore, kOffice2000);
+  }
 };
 
 // The package's codes are the ones the library knows: the Installer files each
