@@ -1,8 +1,11 @@
-# The library against a real Windows Installer: builds the proofing-tools
-# package with wixl, installs it with Wine's msiexec in a Wine prefix of its own,
-# runs the installed-package tests, removes the package with msiexec and runs
-# the removed-package tests. The prefix is made fresh for each run and deleted
-# afterwards, whatever happened; the first failing step fails the test.
+# The library against a real Windows Installer: builds three packages with
+# wixl and, with Wine's msiexec in a Wine prefix of its own, installs the
+# proofing-tools package, runs the installed-package tests, removes it and runs
+# the removed-package tests; then installs Office 2010's Russian grammar
+# checker and the product's beside it, runs the published-grammar tests,
+# removes both and runs the removed-grammar tests. The prefix is made fresh for
+# each run and deleted afterwards, whatever happened; the first failing step
+# fails the test.
 #
 #   cmake -DSOURCE_DIR=<tests/installer> -DWORK_DIR=<dir> -DPREFIX=<wine prefix>
 #         -DWINE_RUN=<build/wine-run> -DWINESERVER=<wineserver> -DTEST_PROGRAM=<installer_tests.exe>
@@ -16,6 +19,8 @@ endforeach()
 
 # Each package's product code, which msiexec /x removes it by.
 set(proofing_tools_code "{00000419-78E1-11D2-B60F-006097C998E7}")
+set(office_grammar_code "{5B01B8FC-B06B-4E59-A932-997204AAB1B9}")
+set(product_grammar_code "{570BBEB2-032A-412F-81DE-77E4180502D5}")
 set(ENV{KVIL_WINEPREFIX} "${PREFIX}")
 
 # msiexec reads and writes through Wine's drive Z:, which is the Unix root.
@@ -118,17 +123,32 @@ file(MAKE_DIRECTORY "${WORK_DIR}/payload")
 foreach(name MSSP3RU.DLL MSSP3RU.LEX MSSP3EN.DLL MSSP3EN.LEX)
   file(WRITE "${WORK_DIR}/payload/${name}" "Office proofing file ${name}\r\n")
 endforeach()
+# The grammar checkers' modules too, though only their paths are looked at.
+foreach(name MSGR3RU.DLL kvilgr32.dll)
+  file(WRITE "${WORK_DIR}/payload/${name}" "Grammar checker ${name}\r\n")
+endforeach()
 
 find_program(WIXL wixl)
 find_program(MSIBUILD msibuild)
 if(NOT WIXL OR NOT MSIBUILD)
   fail("wixl and msibuild are needed" "install Debian's wixl and msitools (scripts/install-deps.sh)")
 endif()
-build_package(proofing_tools)
+foreach(name proofing_tools office_grammar product_grammar)
+  build_package(${name})
+endforeach()
 
 install_package(proofing_tools)
 run_tests("installed package tests" "InstalledPackage.*")
 remove_package(proofing_tools)
 run_tests("removed package tests" "RemovedPackage.*")
+
+# Office's grammar checker goes first, as on a machine where the product came
+# after Office: the Installer appends each new provider to the lists.
+install_package(office_grammar)
+install_package(product_grammar)
+run_tests("published grammar tests" "PublishedGrammar.*")
+remove_package(office_grammar)
+remove_package(product_grammar)
+run_tests("removed grammar tests" "RemovedGrammar.*")
 
 remove_prefix()
