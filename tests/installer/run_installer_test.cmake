@@ -48,14 +48,21 @@ function(fail step details)
 endfunction()
 
 # Runs one step; any exit status but 0 fails the test with its output and, for
-# msiexec, the tail of its log.
+# msiexec, the tail of its log. The output goes to files of the step's own
+# rather than through pipes: the prefix's wineserver and the processes it keeps
+# running inherit them from whichever step started them, and would hold a pipe
+# open until they shut down, seconds after the step itself has ended.
 function(run_step step)
   cmake_parse_arguments(arg "" "LOG;WORKING_DIRECTORY" "COMMAND" ${ARGN})
   if(NOT arg_WORKING_DIRECTORY)
     set(arg_WORKING_DIRECTORY "${WORK_DIR}")
   endif()
-  execute_process(COMMAND ${arg_COMMAND} WORKING_DIRECTORY "${arg_WORKING_DIRECTORY}"
-                  RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  string(MAKE_C_IDENTIFIER "${step}" id)
+  file(MAKE_DIRECTORY "${WORK_DIR}/steps")
+  execute_process(COMMAND ${arg_COMMAND} WORKING_DIRECTORY "${arg_WORKING_DIRECTORY}" RESULT_VARIABLE status
+                  OUTPUT_FILE "${WORK_DIR}/steps/${id}.out" ERROR_FILE "${WORK_DIR}/steps/${id}.err")
+  file(READ "${WORK_DIR}/steps/${id}.out" out)
+  file(READ "${WORK_DIR}/steps/${id}.err" err)
   message(STATUS "${step}: exit ${status}")
   if(NOT status STREQUAL "0")
     set(log "")
