@@ -1,13 +1,20 @@
 // The library against Wine's own Windows Installer. run_installer_test.cmake
 // installs the proofing-tools package (proofing_tools.wxs) with msiexec in a
 // prefix made for this run, runs InstalledPackage.*, removes the package with
-// msiexec and runs RemovedPackage.*. There is no scratch registry here: the
-// Installer keeps its registrations in the prefix's own hives, and msiexec, a
-// separate process, must find there whatever these tests leave behind.
+// msiexec and runs RemovedPackage.*; then it installs Office 2010's Russian
+// grammar checker (office_grammar.wxs) and the product's (product_grammar.wxs),
+// runs PublishedGrammar.*, removes both and runs RemovedGrammar.*. There is no
+// scratch registry here: the Installer keeps its registrations in the prefix's
+// own hives, and msiexec, a separate process, must find there whatever these
+// tests leave behind.
 
 #include <windows.h>
 // msi.h needs the Windows types first.
 #include <msi.h>
+
+// MinGW's msi.h leaves this one out.
+extern "C" UINT WINAPI MsiDecomposeDescriptorA(LPCSTR descriptor, LPSTR productCode, LPSTR feature,
+                                               LPSTR componentCode, DWORD* usedChars);
 
 #include <gtest/gtest.h>
 
@@ -17,6 +24,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "library_under_test.h"
 #include "office_fixture.h"
@@ -117,8 +125,8 @@ constexpr SpellerComponent kSpellerComponents[] = {
 
 // The product (8.0, Russian) installed on the prefix with its start-up folder in
 // a temporary folder; its keys are taken away again after each test so that
-// msiexec later removes the package from the machine it installed it on.
-class InstalledPackage : public ::testing::Test {
+// msiexec later removes the packages from the machine it installed them on.
+class ProductOnPrefix : public ::testing::Test {
  protected:
   void SetUp() override {
     folder_ = std::make_unique<ScratchFolder>();
@@ -141,15 +149,18 @@ class InstalledPackage : public ::testing::Test {
   const LibraryUnderTest& dll() const { return *dll_; }
   std::string StartupDir() const { return product_->StartupDir(1049); }
 
-  std::uint32_t RegisterRussianSpeller(int restore) const {
-    return Bind<RegisterOffice90Export>(dll(), "RegisterOffice90")(0, 1049, StartupDir().c_str(), "kvilsp3.dll",
-                                                                   "SPRUNORM.LEX", restore, kOffice2000);
-  }
-
  private:
   std::unique_ptr<ScratchFolder> folder_;
   std::optional<InstalledProduct> product_;
   std::unique_ptr<LibraryUnderTest> dll_;
+};
+
+class InstalledPackage : public ProductOnPrefix {
+ protected:
+  std::uint32_t RegisterRussianSpeller(int restore) const {
+    return Bind<RegisterOffice90Export>(dll(), "RegisterOffice90")(0, 1049, StartupDir().c_str(), "kvilsp3.dll",
+                                                                   "SPRUNORM.LEX", restore, kOffice2000);
+  }
 };
 
 // The package's codes are the ones the library knows: the Installer files each
@@ -249,6 +260,218 @@ TEST(RemovedPackage, TheEnglishModulesAreNoLongerPublished) {
   EXPECT_EQ(lexicon.path, "");
   EXPECT_EQ(lexicon.length, 0u);
   EXPECT_EQ(OriginalEnglishModule(dll, 0).result, 0u);
+}
+
+using KindAndLanguageExport = void (*)(std::int32_t kind, std::int32_t lcid);
+
+// One grammar package as installed: what the Installer files it under, where its
+// module lands, and the entry it adds to each list (the product code packed into
+// 20 characters, the feature, ">" and the component code packed likewise).
+struct GrammarPackage {
+  const char* productCode;
+  const char* feature;
+  const char* componentCode;
+  const char* folder;
+  const char* module;
+  const char* entry;
+};
+
+constexpr GrammarPackage kOfficeGrammar = {
+    "{5B01B8FC-B06B-4E59-A932-997204AAB1B9}",
+    "ProofingTools_1049",
+    "{2A2D9346-DE5A-467B-B9AF-15C7B1583797}",
+    "C:\\Program Files\\Common Files\\Microsoft Shared\\PROOF",
+    "C:\\Program Files\\Common Files\\Microsoft Shared\\PROOF\\MSGR3RU.DLL",
+    "6?59EAnM3AfddoLB1zbdProofingTools_1049>Yq9W1y~U`=omj}hV&([X",
+};
+constexpr GrammarPackage kProductGrammar = {
+    "{570BBEB2-032A-412F-81DE-77E4180502D5}",
+    "Grammar_Rus",
+    "{A21EE714-45DE-4734-B5DC-213F7E03DABC}",
+    "C:\\Program Files\\Kvil Grammar",
+    "C:\\Program Files\\Kvil Grammar\\kvilgr32.dll",
+    "Qi~{CqChy86PRLrsu.OmGrammar_Rus>6Qz+]sb6t=qod@8AP6de",
+};
+
+// The two lists Office 2010 finds its Russian grammar checker by: a category
+// (its code and the code packed) and the qualifier naming the list.
+struct GrammarList {
+  const char* category;
+  const char* packedCategory;
+  const char* qualifier;
+};
+constexpr GrammarList kGrammarLists[] = {
+    {"{39D7D148-49A7-46D7-B159-73D537773DF0}", "841D7D937A947D641B95375D7377D30F", "1049\\1049"},
+    {"{135877AE-1E99-4FFA-8B77-808DE3A60764}", "EA77853199E1AFF4B87708D83E6A7046", "1049"},
+};
+
+// Where Office and the library look for a list, under HKEY_CLASSES_ROOT.
+std::string OfficesList(const GrammarList& list) {
+  return std::string("Installer\\Components\\") + list.packedCategory;
+}
+// Where Wine's Installer publishes and reads it, under HKEY_CURRENT_USER.
+std::string WinesList(const GrammarList& list) {
+  return std::string("Software\\Microsoft\\Installer\\Components\\") + list.packedCategory;
+}
+
+std::string SavedListName(const GrammarList& list) { return std::string("Saved by Kvil 8 ") + list.qualifier; }
+
+// A REG_MULTI_SZ as DescribeValues shows it.
+std::string MultiSz(const std::string& bytes) { return "type 7:" + bytes; }
+
+// Each list as msiexec leaves it: the Installer appends each package's entry to
+// the list it finds, so Office's comes first, then the product's, each ended by
+// its NUL, and the list by one more.
+std::string PublishedList() {
+  return std::string(kOfficeGrammar.entry) + '\0' + kProductGrammar.entry + '\0' + '\0';
+}
+
+// One list's value carried from one key to another; a value missing at the
+// source is deleted at the destination.
+void CopyList(const GrammarList& list, HKEY fromRoot, const std::string& from, HKEY toRoot, const std::string& to) {
+  if (const std::optional<RegValue> value = ReadValue(fromRoot, from, list.qualifier)) {
+    WriteRaw(toRoot, to, list.qualifier, value->type, value->bytes);
+  } else {
+    RegDeleteKeyValueA(toRoot, to.c_str(), list.qualifier);
+  }
+}
+
+// What the Installer hands an application asking for a list's checker.
+struct QualifiedPath {
+  UINT result;
+  std::string path;
+
+  bool operator==(const QualifiedPath&) const = default;
+};
+
+void PrintTo(const QualifiedPath& answer, std::ostream* out) {
+  *out << "result " << answer.result << ", \"" << answer.path << "\"";
+}
+
+QualifiedPath ProvidedChecker(const GrammarList& list) {
+  char buffer[MAX_PATH] = {};
+  DWORD length = sizeof buffer;
+  const UINT result =
+      MsiProvideQualifiedComponentA(list.category, list.qualifier, static_cast<DWORD>(INSTALLMODE_EXISTING),
+                                    buffer, &length);
+  return {result, buffer};
+}
+
+// Both grammar packages installed, Office's first, with the product on the
+// prefix. Wine's Installer keeps the lists per user, under HKEY_CURRENT_USER,
+// where Windows keeps a per-machine package's under HKEY_CLASSES_ROOT; each
+// list is copied to where the library looks for it, and whatever the library
+// leaves there is copied back before the Installer is asked. After each test
+// the copies go and Wine's lists are as msiexec wrote them, for msiexec /x.
+class PublishedGrammar : public ProductOnPrefix {
+ protected:
+  void SetUp() override {
+    ProductOnPrefix::SetUp();
+    for (const GrammarList& list : kGrammarLists) {
+      // Wine's Installer writes nothing where Office looks.
+      ASSERT_FALSE(KeyExists(HKEY_CLASSES_ROOT, OfficesList(list))) << list.qualifier;
+      asPublished_.push_back(ReadValue(HKEY_CURRENT_USER, WinesList(list), list.qualifier));
+      CopyList(list, HKEY_CURRENT_USER, WinesList(list), HKEY_CLASSES_ROOT, OfficesList(list));
+    }
+  }
+
+  void TearDown() override {
+    for (std::size_t i = 0; i < asPublished_.size(); ++i) {
+      const GrammarList& list = kGrammarLists[i];
+      RegDeleteTreeA(HKEY_CLASSES_ROOT, OfficesList(list).c_str());
+      if (asPublished_[i]) {
+        WriteRaw(HKEY_CURRENT_USER, WinesList(list), list.qualifier, asPublished_[i]->type, asPublished_[i]->bytes);
+      }
+    }
+    ProductOnPrefix::TearDown();
+  }
+
+  // Calls one of the library's switches for the Russian grammar checker and
+  // hands the lists it leaves to Wine's Installer.
+  void Switch(const char* exportName) const {
+    Bind<KindAndLanguageExport>(dll(), exportName)(1, 1049);
+    for (const GrammarList& list : kGrammarLists) {
+      CopyList(list, HKEY_CLASSES_ROOT, OfficesList(list), HKEY_CURRENT_USER, WinesList(list));
+    }
+  }
+
+ private:
+  std::vector<std::optional<RegValue>> asPublished_;
+};
+
+// Office, asking for a list, is handed the first entry's module: its own.
+TEST_F(PublishedGrammar, TheListsHoldOfficesEntryThenTheProducts) {
+  for (const GrammarList& list : kGrammarLists) {
+    SCOPED_TRACE(list.qualifier);
+    EXPECT_EQ(DescribeValues(HKEY_CURRENT_USER, WinesList(list)),
+              (std::map<std::string, std::string>{{list.qualifier, MultiSz(PublishedList())}}));
+    EXPECT_EQ(ProvidedChecker(list), (QualifiedPath{ERROR_SUCCESS, kOfficeGrammar.module}));
+  }
+  // Each entry names its own package, feature and component.
+  for (const GrammarPackage& package : {kOfficeGrammar, kProductGrammar}) {
+    SCOPED_TRACE(package.feature);
+    char productCode[39] = {};
+    char feature[MAX_FEATURE_CHARS + 1] = {};
+    char componentCode[39] = {};
+    DWORD used = 0;
+    ASSERT_EQ(MsiDecomposeDescriptorA(package.entry, productCode, feature, componentCode, &used),
+              static_cast<UINT>(ERROR_SUCCESS));
+    EXPECT_STREQ(productCode, package.productCode);
+    EXPECT_STREQ(feature, package.feature);
+    EXPECT_STREQ(componentCode, package.componentCode);
+    EXPECT_EQ(used, std::string(package.entry).size());
+  }
+}
+
+// Detach twice, then attach: while detached Office is handed the product's
+// module and each list holds the product's entry alone (with the NUL that
+// follows it in the saved list, which the ANSI registry call stores), the
+// whole published list saved once beside it; attach hands Office its own
+// checker again, from the saved list without the product's entry.
+TEST_F(PublishedGrammar, DetachHandsOutTheProductsModuleUntilAttach) {
+  for (int detach = 1; detach <= 2; ++detach) {
+    Switch("DetachMS2010ProofingTool");
+    for (const GrammarList& list : kGrammarLists) {
+      SCOPED_TRACE(std::string(list.qualifier) + ", detach " + std::to_string(detach));
+      EXPECT_EQ(DescribeValues(HKEY_CLASSES_ROOT, OfficesList(list)),
+                (std::map<std::string, std::string>{
+                    {list.qualifier, MultiSz(std::string(kProductGrammar.entry) + '\0')},
+                    {SavedListName(list), MultiSz(PublishedList())},
+                }));
+      EXPECT_EQ(ProvidedChecker(list), (QualifiedPath{ERROR_SUCCESS, kProductGrammar.module}));
+    }
+  }
+
+  Switch("AttachMS2010ProofingTool");
+  for (const GrammarList& list : kGrammarLists) {
+    SCOPED_TRACE(list.qualifier);
+    EXPECT_EQ(DescribeValues(HKEY_CLASSES_ROOT, OfficesList(list)),
+              (std::map<std::string, std::string>{
+                  {list.qualifier, MultiSz(std::string(kOfficeGrammar.entry) + '\0')},
+                  {SavedListName(list), MultiSz(PublishedList())},
+              }));
+    EXPECT_EQ(ProvidedChecker(list), (QualifiedPath{ERROR_SUCCESS, kOfficeGrammar.module}));
+  }
+}
+
+// After msiexec /x of both: neither package is known, their files are gone, and
+// no list is left, in Wine's place or in Office's: the categories themselves
+// are unknown to the Installer. (Wine's UnpublishComponents takes a category's
+// whole key away already with the first package removed.)
+TEST(RemovedGrammar, TheInstallerNoLongerKnowsEitherPackage) {
+  for (const GrammarPackage& package : {kOfficeGrammar, kProductGrammar}) {
+    SCOPED_TRACE(package.feature);
+    EXPECT_EQ(MsiQueryProductStateA(package.productCode), INSTALLSTATE_UNKNOWN);
+    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, std::string(kUninstallList) + "\\" + package.productCode));
+    EXPECT_FALSE(FileExists(package.module));
+    EXPECT_EQ(GetFileAttributesA(package.folder), INVALID_FILE_ATTRIBUTES);
+  }
+  for (const GrammarList& list : kGrammarLists) {
+    SCOPED_TRACE(list.qualifier);
+    EXPECT_EQ(ProvidedChecker(list), (QualifiedPath{ERROR_UNKNOWN_COMPONENT, ""}));
+    EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, WinesList(list)));
+    EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, OfficesList(list)));
+  }
 }
 
 }  // namespace
