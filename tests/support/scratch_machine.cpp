@@ -23,10 +23,16 @@ std::string UniqueScratchName() {
          std::to_string(GetTickCount64());
 }
 
+// Another test process may delete the shared parent, empty at that moment, while
+// this one creates its tree under it; the creation then meets a deleted key and
+// is simply made again.
 HKEY CreateScratchHive(const std::string& path) {
   HKEY key = nullptr;
-  const LONG status = RegCreateKeyExA(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                                      KEY_ALL_ACCESS, nullptr, &key, nullptr);
+  LONG status = ERROR_KEY_DELETED;
+  for (int attempt = 0; attempt < 10 && status == ERROR_KEY_DELETED; ++attempt) {
+    status = RegCreateKeyExA(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS,
+                             nullptr, &key, nullptr);
+  }
   if (status != ERROR_SUCCESS) ThrowWin32Error("cannot create the scratch hive HKCU\\" + path, status);
   return key;
 }
