@@ -52,7 +52,11 @@ bool ReplaceHostModule(const char* hostModule, const char* backup, const char* p
   const bool hostFileToKeep = IsExistingFile(hostModule) && !IsExistingFile(backup) &&
                               !SameFileContents(hostModule, productModule);
   if (hostFileToKeep && !CopyFileA(hostModule, backup, TRUE)) return false;
-  return CopyFileA(productModule, hostModule, FALSE) != FALSE;
+  if (CopyFileA(productModule, hostModule, FALSE)) return true;
+  // The host's module could not be overwritten (the host has it open): the
+  // backup made for it goes again, so the host's folder is as it was.
+  if (hostFileToKeep) DeleteFileA(backup);
+  return false;
 }
 
 bool RestoreHostModule(const char* hostModule, const char* backup) {

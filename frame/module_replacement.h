@@ -15,8 +15,8 @@ bool SameFileContents(const char* first, const char* second);
 
 // Keeps hostModule as backup unless a backup exists already (or the host's file
 // is missing, or is the product's module itself), then copies productModule over
-// hostModule. false, with the host's file untouched, when the product's module is
-// missing, the backup cannot be made, or the copy fails.
+// hostModule. false, with the host's file untouched and no new backup left, when
+// the product's module is missing, the backup cannot be made, or the copy fails.
 bool ReplaceHostModule(const char* hostModule, const char* backup, const char* productModule);
 
 // Moves backup over hostModule. true without change when there is no backup;

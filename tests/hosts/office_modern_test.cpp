@@ -399,8 +399,6 @@ TEST_F(ModernOffice, OfficesModuleIsNeverOverwrittenWithoutItsBackup) {
     ASSERT_TRUE(inUse);
     EXPECT_EQ(attach(startup_.c_str()), 0u);
   }
-  EXPECT_EQ(ReadFileBytes(Backup(14)), ReadFileBytes(Module(14)));
-  DeleteFileA(Backup(14).c_str());
   EXPECT_EQ(FolderContents(OfficeFolder(14)), installed);
 
   ASSERT_EQ(attach(startup_.c_str()), 1u);
