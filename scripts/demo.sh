@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # The main job: builds everything, seeds a fresh demo machine (a private Wine
 # prefix with the product installed for Russian and Ukrainian, Word, Excel and
-# Access 97 and 2000, FrontPage 2000, Word, Excel and Outlook 2010), surveys its
-# hosts, attaches the Editor's, Word 97's and Word 2000's Russian spellers and
-# Word 2010's Russian grammar checker, and surveys again.
+# Access 97 and 2000, FrontPage 2000, Word, Excel and Outlook 2010, CorelDRAW 6,
+# InDesign CS6), surveys its hosts, attaches the Editor's, Word 97's, Word 2000's,
+# CorelDRAW's and InDesign's Russian spellers and Word 2010's Russian grammar
+# checker, and surveys again.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/build.sh
@@ -38,5 +39,13 @@ step "Office 2010's Russian grammar list now names the product alone; the whole 
 "$run" reg query 'HKCR\Installer\Components\841D7D937A947D641B95375D7377D30F'
 step "the added-files list"
 cat "$KVIL_WINEPREFIX/drive_c/Program Files/Kvil/addfiles.xml"; echo
+step "kvilhosts attach CDRW60 speller ru"
+"$run" "$bin/kvilhosts.exe" attach CDRW60 speller ru
+step "CorelDRAW's speller module is the product's, Corel's own kept as cdrtpr60.org"
+ls -l "$KVIL_WINEPREFIX/drive_c/Corel60/Programs"
+step "kvilhosts attach InDesign8 speller ru (InDesign answers 0 when it ran)"
+"$run" "$bin/kvilhosts.exe" attach InDesign8 speller ru || true
+step "InDesign CS6's plug-in folder"
+ls -lR "$KVIL_WINEPREFIX/drive_c/Program Files/Adobe/Adobe InDesign CS6/Plug-ins/Tervane"
 step "kvilhosts list"
 "$run" "$bin/kvilhosts.exe" list

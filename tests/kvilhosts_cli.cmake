@@ -121,6 +121,12 @@ set(clean_machine_rows
   "VFP30|VFP|3.0|absent|n/a|n/a|n/a"
   "EXCH40|EXCHNG32|4.0|absent|n/a|n/a|n/a"
   "MAIL|MAILNEWS|2.0|absent|n/a|n/a|n/a"
+  # Word Pro takes the speller, CorelDRAW the speller and the hyphenator; the
+  # WordPerfect hosts cannot be found, whatever the tool.
+  "WPRO97|WORDPRO|97.0|absent|n/a|n/a|n/a"
+  "WPRO2000|WORDPRO|98.0|absent|n/a|n/a|n/a"
+  "CDRW60|CORELDRW|6.0|absent|n/a|n/a|absent"
+  "WP80|WPWIN8|8.0|absent|absent|absent|absent"
   "Editor|KVILEDITOR|14.0|installed|installed|installed|installed"
   "Unknown|Unknown|0.0|available|available|available|available"
 )

@@ -12,8 +12,10 @@
 #include <vector>
 
 #include "frontpage_fixture.h"
+#include "indesign_fixture.h"
 #include "office_fixture.h"
 #include "product_fixture.h"
+#include "replacement_fixture.h"
 #include "version_fixture.h"
 #include "win32_support.h"
 
@@ -159,6 +161,36 @@ void SeedOffice2010(const SeedLog& log) {
   }
 }
 
+// CorelDRAW 6 with its own speller module in its programs folder, and the
+// product's replacement module in the start-up folder, so that attaching the
+// Russian speller shows Corel's module kept as "cdrtpr60.org".
+constexpr char kCorelFolder[] = "C:\\Corel60";
+constexpr char kProductFolder[] = "C:\\Program Files\\Kvil";
+
+void SeedCorelDraw6(const SeedLog& log) {
+  const std::string config = std::string(kCorelFolder) + "\\Config";
+  const std::string programs = std::string(kCorelFolder) + "\\Programs";
+  kvil::test::InstallCorelDraw6(config, "..\\Programs", programs);
+  kvil::test::WriteReplacementModules(kProductFolder);
+  log.Seeded(std::string("configuration HKLM\\") + kvil::test::kCorelDraw6Key + " (ConfigDir " + config + ")");
+  log.Seeded(config + "\\corelapp.ini ([Config] ProgramsDir=..\\Programs)");
+  log.Seeded("speller module " + programs + "\\cdrtpr60.dll (Corel's)");
+  log.Seeded(std::string("replacement modules in ") + kProductFolder + " (cdrtpr60.dll and the other hosts')");
+}
+
+// InDesign CS6 and the product's plug-in files.
+constexpr char kInDesignFolder[] = "C:\\Program Files\\Adobe\\Adobe InDesign CS6";
+
+void SeedInDesignCs6(const SeedLog& log) {
+  kvil::test::InstallAdobeApplication(kvil::test::AdobeApplication::kInDesign, kInDesignFolder, 8, 0);
+  kvil::test::WriteProductPlugins(kProductFolder);
+  log.Seeded("App Paths HKLM\\" + kvil::test::AdobeAppPathsKey(kvil::test::AdobeApplication::kInDesign) +
+             " (Path " + kInDesignFolder + ")");
+  log.Seeded(std::string("program ") + kInDesignFolder + "\\INDESIGN.exe (8.0)");
+  log.Seeded(std::string("plug-in files in ") + kProductFolder +
+             " (KVILSpeller.pln, (KVILSpeller Resources), TervaneSpeller.jsx)");
+}
+
 // What the demo machine holds, in seeding order. The product comes first: every
 // host step after it attaches to or looks for the product's files.
 const std::vector<SeedingStep>& DemoMachine() {
@@ -170,6 +202,8 @@ const std::vector<SeedingStep>& DemoMachine() {
       {"Office 2000", SeedOffice2000},
       {"FrontPage 2000", SeedFrontPage2000},
       {"Office 2010", SeedOffice2010},
+      {"CorelDRAW 6", SeedCorelDraw6},
+      {"InDesign CS6", SeedInDesignCs6},
   };
   return steps;
 }
