@@ -127,6 +127,9 @@ set(clean_machine_rows
   "WPRO2000|WORDPRO|98.0|absent|n/a|n/a|n/a"
   "CDRW60|CORELDRW|6.0|absent|n/a|n/a|absent"
   "WP80|WPWIN8|8.0|absent|absent|absent|absent"
+  # The product's own programs are always there; without a product their version is 0.0.
+  "AGENT|KVLAGENT|0.0|installed|installed|installed|installed"
+  "STDSP|KVLSTDSP|0.0|installed|installed|installed|installed"
   "Editor|KVILEDITOR|14.0|installed|installed|installed|installed"
   "Unknown|Unknown|0.0|available|available|available|available"
 )

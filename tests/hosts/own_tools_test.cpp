@@ -1,7 +1,12 @@
-// The Unknown and Editor hosts, called through the DLL's exports.
+// The Unknown, Editor, Agent and Standard speller hosts, called through the
+// DLL's exports.
+
+#include <windows.h>
+#include <shlobj.h>
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <map>
 #include <string>
 #include <vector>
@@ -205,6 +210,139 @@ TEST_F(OwnTools, MalformedStartupFolderValuesFailCleanly) {
     EXPECT_EQ(dll().Call("Avail", "Editor", 0, 1049), 0u);
   }
   EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, Record("KVILEDITOR\\8.0", "Grammar", 1049)));
+}
+
+// The Agent and the Standard speller beside the engines, each with its shortcut
+// in the product's Start-menu folder.
+class ProductPrograms : public OwnTools {
+ protected:
+  void SetUp() override {
+    OwnTools::SetUp();
+    InstallDefaultProduct();
+    const std::string startup = product().StartupDir(1049);
+    for (const char* file : {"kvlagent.exe", "kvilhook.dll", "kvilxsp3.dll", "kvlstdsp.exe"}) {
+      WriteFile(startup + "\\" + file, file);
+    }
+    CreateShortcut(MenuLink("Kvil Agent.lnk"), product().options.productDir + "\\kvlagent.exe");
+    CreateShortcut(MenuLink("Kvil Speller.lnk"), product().options.productDir + "\\kvlstdsp.exe");
+  }
+  std::string MenuLink(const std::string& name) const { return product().options.menuDir + "\\" + name; }
+  std::string Hidden(const std::string& name) const { return product().StartupDir(1049) + "\\" + name; }
+};
+
+struct ProgramRequest {
+  const char* suffix;
+  int kind;
+  const char* tool;
+  Values values;  // beyond "Attached"
+};
+
+TEST_F(ProductPrograms, EveryToolsTypicalRequest) {
+  const Values speller{{"Learning", "1"}, {"StrictYO", "1"}, {"Original LID", "1033"}, {"Action", "1"},
+                       {"Supplement dictionaries", "sz:Normal"}, {"Options", kOptionsSpeller}};
+  const ProgramRequest requests[] = {
+      {"AGENT", 0, "Spelling", speller},
+      {"STDSP", 0, "Spelling", speller},
+      {"STDSP", 1, "Grammar",
+       {{"Action", "1"}, {"Options", "1"}, {"Engine", InStartup("KVILGR32.DLL")},
+        {"Dictionary", InStartup("grrunorm.lex")}, {"Interframe", InStartup("gram_mod.dll")}}},
+      {"STDSP", 3, "Hyphenate",
+       {{"Original LID", "1033"}, {"Action", "0"}, {"Quality", "1"}, {"Options", kOptionsSpeller},
+        {"Engine", InStartup("inhy32ru.dll")}, {"Dictionary", InStartup("hyRUnorm.lex")}}},
+  };
+  for (const ProgramRequest& request : requests) {
+    SCOPED_TRACE(testing::Message() << request.suffix << " kind " << request.kind);
+    const std::string application = std::string(request.suffix) == "AGENT" ? "KVLAGENT" : "KVLSTDSP";
+    char info[32] = {};
+    std::int32_t length = sizeof info;
+    EXPECT_EQ(dll().Info(request.suffix, request.kind, 1049, info, &length), 1u);
+    EXPECT_EQ(std::string(info, length), application + '\0' + "8.0" + '\0' + '\0');
+    EXPECT_EQ(dll().Call("Exist", request.suffix, request.kind, 1049), 1u);
+    EXPECT_EQ(dll().Call("Avail", request.suffix, request.kind, 1049), 1u);
+    ASSERT_EQ(dll().Call("Attach", request.suffix, request.kind, 1049), 1u);
+    Values expected = request.values;
+    expected["Attached"] = "1";
+    EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record(application + "\\8.0", request.tool, 1049)), expected);
+    EXPECT_EQ(dll().Call("Check", request.suffix, request.kind, 1049), 1u);
+    EXPECT_EQ(dll().Call("Detach", request.suffix, request.kind, 1049), 1u);
+    EXPECT_EQ(dll().Call("Check", request.suffix, request.kind, 1049), 0u);
+  }
+}
+
+// The Agent takes the speller only and refuses the others without a trace; its
+// attach brings the menu shortcut back even when the record cannot be written.
+TEST_F(ProductPrograms, AgentTakesTheSpellerOnlyAndAlwaysRestoresItsShortcut) {
+  ASSERT_TRUE(MoveFileA(MenuLink("Kvil Agent.lnk").c_str(), Hidden("Kvil Agent.lnk").c_str()));
+  for (int kind : {1, 2, 3, 4, -1}) EXPECT_EQ(dll().Call("Attach", "AGENT", kind, 1049), kNotApplicable) << kind;
+  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kProducts));
+  EXPECT_FALSE(FileExists(MenuLink("Kvil Agent.lnk")));
+
+  WriteRaw(HKEY_LOCAL_MACHINE, product().OptionsKey(1049), "Kvil startup dir", REG_DWORD, {1, 0, 0, 0});
+  EXPECT_EQ(dll().Call("Attach", "AGENT", 0, 1049), 0u);
+  WriteText(HKEY_LOCAL_MACHINE, product().OptionsKey(1049), "Kvil startup dir", product().StartupDir(1049));
+  EXPECT_FALSE(FileExists(MenuLink("Kvil Agent.lnk")));  // the move itself needs the start-up folder
+  EXPECT_EQ(dll().Call("Attach", "AGENT", 0, 1049), 1u);
+  EXPECT_TRUE(FileExists(MenuLink("Kvil Agent.lnk")));
+}
+
+// The Standard speller's shortcut leaves the menu on a detach only while another
+// of its tools is still attached.
+TEST_F(ProductPrograms, StandardSpellerHidesItsShortcutOnlyWhileAnotherToolIsAttached) {
+  ASSERT_EQ(dll().Call("Attach", "STDSP", 0, 1049), 1u);
+  ASSERT_EQ(dll().Call("Attach", "STDSP", 2, 1049), 1u);
+  EXPECT_EQ(dll().Call("Detach", "STDSP", 0, 1049), 1u);
+  EXPECT_FALSE(FileExists(MenuLink("Kvil Speller.lnk")));
+  EXPECT_TRUE(FileExists(Hidden("Kvil Speller.lnk")));
+  ASSERT_TRUE(MoveFileA(Hidden("Kvil Speller.lnk").c_str(), MenuLink("Kvil Speller.lnk").c_str()));
+  EXPECT_EQ(dll().Call("Detach", "STDSP", 2, 1049), 1u);
+  EXPECT_TRUE(FileExists(MenuLink("Kvil Speller.lnk")));
+  EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record("KVLSTDSP\\8.0", "Thesaurus", 1049), "Attached"), 0u);
+}
+
+// Detaching the Agent takes it out of the all-users Startup folder, under the
+// display name the product's "setup32.inf" gives it.
+TEST_F(ProductPrograms, AgentDetachDeletesItsStartupEntryNamedBySetup) {
+  std::array<char, MAX_PATH> startup{};
+  ASSERT_EQ(SHGetFolderPathA(nullptr, CSIDL_COMMON_STARTUP, nullptr, SHGFP_TYPE_CURRENT, startup.data()), S_OK);
+  CreateDirectoryA(startup.data(), nullptr);
+  const std::string folder = startup.data();
+  struct EntryCase {
+    const char* what;
+    const char* setupFile;  // null: none
+    const char* entry;
+  };
+  const EntryCase cases[] = {
+      {"no setup file: the bare extension", nullptr, ".lnk"},
+      {"no name in it: the default", "[APPLICATIONS]\r\nEditor=Kvil Editor\r\n", "KVIL Agent.lnk"},
+      {"the name it gives", "[APPLICATIONS]\r\nKVIL Agent=Kvil Agent 8\r\n", "Kvil Agent 8.lnk"},
+  };
+  const std::string setup = product().options.productDir + "\\setup32.inf";
+  for (const EntryCase& c : cases) {
+    SCOPED_TRACE(c.what);
+    DeleteFileA(setup.c_str());
+    if (c.setupFile != nullptr) WriteFile(setup, c.setupFile);
+    const std::string entry = folder + "\\" + c.entry;
+    const std::string other = folder + "\\Other program.lnk";
+    WriteFile(entry, "the Agent's entry");
+    WriteFile(other, "another program's entry");
+    EXPECT_EQ(dll().Call("Detach", "AGENT", 0, 1049), 1u);
+    EXPECT_FALSE(FileExists(entry));
+    EXPECT_TRUE(FileExists(other));
+    DeleteFileA(entry.c_str());
+    DeleteFileA(other.c_str());
+  }
+  EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record("KVLAGENT\\8.0", "Spelling", 1049), "Attached"), 0u);
+}
+
+TEST_F(ProductPrograms, AvailWantsEachProgramsOwnFiles) {
+  const std::string startup = product().StartupDir(1049);
+  EXPECT_EQ(dll().Call("Avail", "AGENT", 2, 1049), 1u);  // any tool: the Agent's files decide
+  ASSERT_TRUE(DeleteFileA((startup + "\\kvilhook.dll").c_str()));
+  EXPECT_EQ(dll().Call("Avail", "AGENT", 0, 1049), 0u);
+  EXPECT_EQ(dll().Call("Avail", "STDSP", 0, 1049), 1u);
+  ASSERT_TRUE(DeleteFileA((startup + "\\kvilxsp3.dll").c_str()));
+  EXPECT_EQ(dll().Call("Avail", "STDSP", 0, 1049), 0u);  // its own speller module, not kvilsp3.dll
+  EXPECT_EQ(dll().Call("Avail", "STDSP", 2, 1049), 1u);
 }
 
 }  // namespace
