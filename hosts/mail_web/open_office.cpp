@@ -99,7 +99,7 @@ std::wstring Widen(std::string_view text, UINT codePage) {
   return wide;
 }
 
-// false, with the text cut, when it does not fit.
+// false, with narrow left empty, when the text does not fit.
 template <std::size_t Capacity>
 bool Narrow(std::wstring_view text, UINT codePage, FixedText<Capacity>& narrow) {
   narrow.Clear();
@@ -198,21 +198,20 @@ std::optional<SuiteFolders> FindSuiteFolders(const OfficeSuite& suite, const Sui
 }
 
 // The shell takes a list of paths ended by an empty one: the zeroed buffer
-// leaves two NULs after the path.
+// leaves two NULs after the path, which the caller has made sure fits.
 class ShellPathList {
  public:
-  explicit ShellPathList(std::wstring_view path) {
-    const std::size_t length = path.size() < kShellPathCapacity - 2 ? path.size() : kShellPathCapacity - 2;
-    std::wmemcpy(text_, path.data(), length);
-  }
+  explicit ShellPathList(std::wstring_view path) { std::wmemcpy(text_, path.data(), path.size()); }
   const wchar_t* get() const { return text_; }
 
  private:
   wchar_t text_[kShellPathCapacity] = {};
 };
 
-// The shell reports nothing useful to the setup program here: its result is not looked at.
+// Attach and Detach answer from the records: what the shell managed is not
+// looked at. A path too long for the shell's list is not cut into another one.
 void ShellFileOperation(UINT operation, std::wstring_view from, const std::wstring* to) {
+  if (from.size() > kShellPathCapacity - 2 || (to != nullptr && to->size() > kShellPathCapacity - 2)) return;
   const ShellPathList source(from);
   const std::optional<ShellPathList> target =
       to != nullptr ? std::optional<ShellPathList>(ShellPathList(*to)) : std::nullopt;
