@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include "code_pages.h"
 #include "com.h"
 
 namespace kvil {
@@ -21,14 +22,7 @@ constexpr UINT kWesternCodePage = 1252;
 // The extension is taken into a 16-character buffer.
 constexpr std::size_t kExtensionLength = 15;
 
-std::wstring WidenWestern(std::string_view text) {
-  if (text.empty()) return {};
-  const int size = static_cast<int>(text.size());
-  const int length = MultiByteToWideChar(kWesternCodePage, 0, text.data(), size, nullptr, 0);
-  std::wstring wide(static_cast<std::size_t>(length), L'\0');
-  MultiByteToWideChar(kWesternCodePage, 0, text.data(), size, wide.data(), length);
-  return wide;
-}
+std::wstring WidenWestern(std::string_view text) { return Widen(text, kWesternCodePage); }
 
 // File name, dot, extension: a file without an extension, "README", is named "README.".
 std::wstring FileNameWithExtension(std::wstring_view path) {

@@ -17,6 +17,7 @@
 
 #include "added_files.h"
 #include "bounded_text.h"
+#include "code_pages.h"
 #include "contract.h"
 #include "files.h"
 #include "handles.h"
@@ -48,7 +49,6 @@ constexpr UINT kProductPathCodePage = 1251;
 // questions, new folders made without asking, no error boxes.
 constexpr FILEOP_FLAGS kQuietShellOperation = FOF_SILENT | FOF_NOCONFIRMATION | FOF_NOCONFIRMMKDIR | FOF_NOERRORUI;
 // Room for either path of a shell operation, with the two NULs that end its list.
-constexpr std::size_t kShellPathCapacity = 1024;
 
 using VersionText = FixedText<32>;
 
@@ -89,26 +89,6 @@ const OfficeSuite kOpenOffice3{.versionKey = kOpenOfficeOrgKey, .fallbackVersion
 const OfficeSuite kOpenOffice4{.versionKey = kOpenOfficeOrgKey, .fallbackVersionKey = kOpenOfficeKey,
                                .pathKey = kOpenOfficeKey, .major = 4, .lowestMinor = 0,
                                .displayNamePrefix = "Open Office ", .withoutProgram = WithoutSuiteProgram::kRecordOnly};
-
-std::wstring Widen(std::string_view text, UINT codePage) {
-  if (text.empty()) return {};
-  const int size = static_cast<int>(text.size());
-  const int length = MultiByteToWideChar(codePage, 0, text.data(), size, nullptr, 0);
-  std::wstring wide(static_cast<std::size_t>(length), L'\0');
-  MultiByteToWideChar(codePage, 0, text.data(), size, wide.data(), length);
-  return wide;
-}
-
-// false, with narrow left empty, when the text does not fit.
-template <std::size_t Capacity>
-bool Narrow(std::wstring_view text, UINT codePage, FixedText<Capacity>& narrow) {
-  narrow.Clear();
-  if (text.empty()) return true;
-  const int written = WideCharToMultiByte(codePage, 0, text.data(), static_cast<int>(text.size()), narrow.data(),
-                                          static_cast<int>(Capacity - 1), nullptr, nullptr);
-  narrow.data()[written] = '\0';
-  return written > 0;
-}
 
 // The installed version as the suite's setup registered it: the name of a
 // subkey ("3.5.4") and the numbers it starts with.
@@ -197,32 +177,6 @@ std::optional<SuiteFolders> FindSuiteFolders(const OfficeSuite& suite, const Sui
   return folders;
 }
 
-// The shell takes a list of paths ended by an empty one: the zeroed buffer
-// leaves two NULs after the path, which the caller has made sure fits.
-class ShellPathList {
- public:
-  explicit ShellPathList(std::wstring_view path) { std::wmemcpy(text_, path.data(), path.size()); }
-  const wchar_t* get() const { return text_; }
-
- private:
-  wchar_t text_[kShellPathCapacity] = {};
-};
-
-// Attach and Detach answer from the records: what the shell managed is not
-// looked at. A path too long for the shell's list is not cut into another one.
-void ShellFileOperation(UINT operation, std::wstring_view from, const std::wstring* to) {
-  if (from.size() > kShellPathCapacity - 2 || (to != nullptr && to->size() > kShellPathCapacity - 2)) return;
-  const ShellPathList source(from);
-  const std::optional<ShellPathList> target =
-      to != nullptr ? std::optional<ShellPathList>(ShellPathList(*to)) : std::nullopt;
-  SHFILEOPSTRUCTW request{};
-  request.wFunc = operation;
-  request.pFrom = source.get();
-  request.pTo = target ? target->get() : nullptr;
-  request.fFlags = kQuietShellOperation;
-  SHFileOperationW(&request);
-}
-
 // The product's extension folder, as it stands, into the suite's extension tree.
 void PlaceExtension(const SuiteFolders& folders) {
   char productFolder[kPathCapacity] = {};
@@ -232,7 +186,8 @@ void PlaceExtension(const SuiteFolders& folders) {
   if (!source.ends_with(L'\\')) source += L'\\';
   source += kProductExtension;
   CreateDirectoryW(folders.extension.c_str(), nullptr);
-  ShellFileOperation(FO_COPY, source, &folders.extension);
+  const std::wstring_view target = folders.extension;
+  ShellFileOperation(FO_COPY, source, &target, kQuietShellOperation);
 }
 
 // "...\Products\SOFFICE\<major.minor>": the suite's program and its name, for
@@ -251,7 +206,7 @@ void WriteSuiteRecord(const OfficeSuite& suite, const SuiteVersion& version, con
 }
 
 void AnnounceUnoModule(const SuiteFolders& folders) {
-  FixedText<kShellPathCapacity> module;
+  FixedText<1024> module;  // the added-files list takes what fits its 260 bytes
   if (Narrow(folders.extension + kUnoModule, kProductPathCodePage, module)) extAddFilePath(module.c_str());
 }
 
@@ -312,7 +267,7 @@ struct OfficeSuiteOps {
     const HostResult cleared = SetAttachedFlag(kind, lcid, kApplicationKey, version.text.c_str(), kSharedTree, 0);
     if (!CalledBySetupProgram()) {
       if (const std::optional<SuiteFolders> folders = FindSuiteFolders(suite, version)) {
-        ShellFileOperation(FO_DELETE, folders->extension, nullptr);
+        ShellFileOperation(FO_DELETE, folders->extension, nullptr, kQuietShellOperation);
       }
     }
     return cleared;

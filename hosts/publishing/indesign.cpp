@@ -15,6 +15,7 @@
 
 #include "added_files.h"
 #include "bounded_text.h"
+#include "code_pages.h"
 #include "contract.h"
 #include "files.h"
 #include "office_host.h"
@@ -105,25 +106,12 @@ bool JoinPath(PathText& path, const char* folder, const char* name) {
   return path.Format("%s%s%s", folder, separator, name);
 }
 
-// The shell takes a list of paths ended by an empty one: two NULs after the last.
-class ShellPathList {
- public:
-  explicit ShellPathList(const PathText& path) { std::memcpy(text_, path.c_str(), path.size()); }
-  const char* get() const { return text_; }
-
- private:
-  char text_[kPathCapacity + 1] = {};
-};
-
+// The shell gets the library's ANSI paths as UTF-16.
 void ShellFileOperation(UINT operation, const PathText& from, const PathText* to) {
-  const ShellPathList source(from);
-  const std::optional<ShellPathList> target = to != nullptr ? std::optional<ShellPathList>(*to) : std::nullopt;
-  SHFILEOPSTRUCTA request{};
-  request.wFunc = operation;
-  request.pFrom = source.get();
-  request.pTo = target ? target->get() : nullptr;
-  request.fFlags = kQuietShellOperation;
-  SHFileOperationA(&request);
+  const std::wstring source = Widen(from.view(), CP_ACP);
+  const std::wstring target = to != nullptr ? Widen(to->view(), CP_ACP) : std::wstring();
+  const std::wstring_view targetView = target;
+  kvil::ShellFileOperation(operation, source, to != nullptr ? &targetView : nullptr, kQuietShellOperation);
 }
 
 // The application as its App Paths entry and its program describe it.
