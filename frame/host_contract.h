@@ -35,6 +35,12 @@ using CheckExport = ExistExport;
 // on entry) and stores the whole list's length in *length.
 using InfoExport = HostResult (*)(std::int32_t kind, std::int32_t lcid, char* buffer, std::int32_t* length);
 
+// GetIEFullExePath(buffer, capacity): 1, and the full path of the Internet
+// Explorer program that ExistIE finds (the one App Paths names) in buffer,
+// terminated; 0 and nothing written when that Internet Explorer is not there or
+// the path and its terminator do not fit in capacity bytes.
+using IeFullExePathExport = HostResult (*)(char* buffer, std::int32_t capacity);
+
 inline constexpr const char* kHostOperationNames[] = {"Exist", "Info", "Avail", "Attach", "Detach", "Check"};
 
 }  // namespace kvil
