@@ -14,14 +14,17 @@ namespace kvil {
 
 std::wstring Widen(std::string_view text, UINT codePage);
 
-// false, with narrow left empty, when the text does not fit.
+// false, with narrow left empty, when the text does not fit or the code page
+// cannot represent all of it: a lossy conversion could name another key or file.
 template <std::size_t Capacity>
 bool Narrow(std::wstring_view text, UINT codePage, FixedText<Capacity>& narrow) {
   narrow.Clear();
   if (text.empty()) return true;
-  const int written = WideCharToMultiByte(codePage, 0, text.data(), static_cast<int>(text.size()), narrow.data(),
-                                          static_cast<int>(Capacity - 1), nullptr, nullptr);
-  if (written <= 0) {
+  BOOL lossy = FALSE;
+  const int written =
+      WideCharToMultiByte(codePage, WC_NO_BEST_FIT_CHARS, text.data(), static_cast<int>(text.size()), narrow.data(),
+                          static_cast<int>(Capacity - 1), nullptr, &lossy);
+  if (written <= 0 || lossy) {
     narrow.Clear();
     return false;
   }

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "bounded_text.h"
+#include "code_pages.h"
 #include "contract.h"
 #include "files.h"
 #include "handles.h"
@@ -176,21 +177,6 @@ bool ReadWideText(HKEY root, const char* path, const wchar_t* name, DWORD maxByt
     return false;
   }
   text.assign(buffer.data());
-  return true;
-}
-
-// Text in a code page that represents every character of it; a lossy
-// conversion could name another key or file.
-bool Narrow(std::wstring_view text, UINT codePage, PathText& out) {
-  if (text.empty()) return out.Assign("");
-  BOOL lossy = FALSE;
-  const int length = WideCharToMultiByte(codePage, WC_NO_BEST_FIT_CHARS, text.data(), static_cast<int>(text.size()),
-                                         out.data(), PathText::kCapacity - 1, nullptr, &lossy);
-  if (length <= 0 || lossy) {
-    out.Clear();
-    return false;
-  }
-  out.data()[length] = '\0';
   return true;
 }
 
