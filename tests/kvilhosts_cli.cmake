@@ -132,7 +132,7 @@ set(clean_machine_rows
 )
 # A suffix of the table whose host will not be built for a long time yet; once it
 # is, pick another.
-set(unbuilt_suffix TheBat50)
+set(unbuilt_suffix AGENT)
 
 # Splits a row of clean_machine_rows into suffix, application, version and tools
 # (the four tool words as a list) in the caller.
