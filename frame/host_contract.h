@@ -43,4 +43,10 @@ using IeFullExePathExport = HostResult (*)(char* buffer, std::int32_t capacity);
 
 inline constexpr const char* kHostOperationNames[] = {"Exist", "Info", "Avail", "Attach", "Detach", "Check"};
 
+// GetTheBatFullExePath(buffer, capacity): the full path (code page 1251) of The
+// Bat!'s program as ExistTheBat50 finds it, written with its terminator; 1. 0
+// with nothing written when the client is not found or the path and its
+// terminator do not fit in capacity bytes.
+using TheBatFullExePathExport = HostResult (*)(char* buffer, std::int32_t capacity);
+
 }  // namespace kvil
