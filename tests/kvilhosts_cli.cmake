@@ -127,6 +127,15 @@ set(clean_machine_rows
   "WPRO2000|WORDPRO|98.0|absent|n/a|n/a|n/a"
   "CDRW60|CORELDRW|6.0|absent|n/a|n/a|absent"
   "WP80|WPWIN8|8.0|absent|absent|absent|absent"
+  # Mail clients and browsers take the speller alone; the office suites answer
+  # for every tool, with no suite found as version 0.0.
+  "OUTL_EXPR|MSIMN|4.72|absent|n/a|n/a|n/a"
+  "OUTL_EXPR5|MSIMN|5.0|absent|n/a|n/a|n/a"
+  "WinMail7|WINMAIL|6.0|absent|n/a|n/a|n/a"
+  "Opera90|OPERA|9.0|absent|n/a|n/a|n/a"
+  "FireFox20|FireFox|2.0|absent|n/a|n/a|n/a"
+  "IE60|IEXPLORE|6.0|absent|n/a|n/a|n/a"
+  "LibreOffice4|SOFFICE|0.0|absent|absent|absent|absent"
   # The product's own programs are always there; without a product their version is 0.0.
   "AGENT|KVLAGENT|0.0|installed|installed|installed|installed"
   "STDSP|KVLSTDSP|0.0|installed|installed|installed|installed"
