@@ -2,9 +2,10 @@
 # The main job: builds everything, seeds a fresh demo machine (a private Wine
 # prefix with the product installed for Russian and Ukrainian, Word, Excel and
 # Access 97 and 2000, FrontPage 2000, Word, Excel and Outlook 2010, CorelDRAW 6,
-# InDesign CS6), surveys its hosts, attaches the Editor's, Word 97's, Word 2000's,
-# CorelDRAW's and InDesign's Russian spellers and Word 2010's Russian grammar
-# checker, and surveys again.
+# InDesign CS6, LibreOffice 4, Firefox 2, Windows Live Mail), surveys its hosts,
+# attaches the Editor's, Word 97's, Word 2000's, CorelDRAW's, InDesign's and
+# LibreOffice's Russian spellers and Word 2010's Russian grammar checker, and
+# surveys again.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/build.sh
@@ -47,5 +48,11 @@ step "kvilhosts attach InDesign8 speller ru (InDesign answers 0 when it ran)"
 "$run" "$bin/kvilhosts.exe" attach InDesign8 speller ru || true
 step "InDesign CS6's plug-in folder"
 ls -lR "$KVIL_WINEPREFIX/drive_c/Program Files/Adobe/Adobe InDesign CS6/Plug-ins/Tervane"
+step "kvilhosts attach LibreOffice4 speller ru, saving the added-files list"
+"$run" "$bin/kvilhosts.exe" attach LibreOffice4 speller ru --added-files 'C:\Program Files\Kvil'
+step "LibreOffice's extension tree now holds the product's extension"
+ls -R "$KVIL_WINEPREFIX/drive_c/Program Files/LibreOffice 4/share/extensions"
+step "the added-files list, with LibreOffice's UNO module appended"
+cat "$KVIL_WINEPREFIX/drive_c/Program Files/Kvil/addfiles.xml"; echo
 step "kvilhosts list"
 "$run" "$bin/kvilhosts.exe" list

@@ -11,9 +11,12 @@
 #include <string_view>
 #include <vector>
 
+#include "browser_fixture.h"
 #include "frontpage_fixture.h"
 #include "indesign_fixture.h"
+#include "mail_fixture.h"
 #include "office_fixture.h"
+#include "open_office_fixture.h"
 #include "product_fixture.h"
 #include "replacement_fixture.h"
 #include "version_fixture.h"
@@ -191,6 +194,34 @@ void SeedInDesignCs6(const SeedLog& log) {
              " (KVILSpeller.pln, (KVILSpeller Resources), TervaneSpeller.jsx)");
 }
 
+// LibreOffice 4 with its own Russian dictionary extension, and the product's
+// extension folder, so that attaching the Russian speller shows the extension
+// copied into LibreOffice and announced to the added-files list.
+constexpr char kLibreOfficeFolder[] = "C:\\Program Files\\LibreOffice 4";
+
+void SeedLibreOffice4(const SeedLog& log) {
+  const std::string program =
+      kvil::test::InstallOfficeSuite(kvil::test::SuiteFamily::kLibreOffice, "4.1.0", kLibreOfficeFolder);
+  kvil::test::WriteProductExtension(kProductFolder);
+  log.Seeded("suite HKLM\\" + kvil::test::SuiteRegistryKey(kvil::test::SuiteFamily::kLibreOffice, "4.1.0") +
+             "\\4.1.0 (Path " + program + ")");
+  log.Seeded(std::string("extensions ") + kLibreOfficeFolder + "\\share\\extensions (dict-ru)");
+  log.Seeded(std::string("extension folder ") + kProductFolder + "\\kvillo");
+}
+
+constexpr char kFirefoxFolder[] = "C:\\Program Files\\Mozilla Firefox";
+constexpr char kLiveMailFolder[] = "C:\\Program Files\\Windows Live\\Mail";
+
+void SeedFirefox2(const SeedLog& log) {
+  kvil::test::InstallFirefox2(kFirefoxFolder);
+  log.Seeded(std::string("Firefox 2.0.0.20 in ") + kFirefoxFolder + " (firefox.exe, components\\myspell.dll)");
+}
+
+void SeedWindowsLiveMail(const SeedLog& log) {
+  kvil::test::InstallWindowsLiveMail(kLiveMailFolder);
+  log.Seeded(std::string("Windows Live Mail in ") + kLiveMailFolder + " (wlmail.exe 8.0)");
+}
+
 // What the demo machine holds, in seeding order. The product comes first: every
 // host step after it attaches to or looks for the product's files.
 const std::vector<SeedingStep>& DemoMachine() {
@@ -204,6 +235,9 @@ const std::vector<SeedingStep>& DemoMachine() {
       {"Office 2010", SeedOffice2010},
       {"CorelDRAW 6", SeedCorelDraw6},
       {"InDesign CS6", SeedInDesignCs6},
+      {"LibreOffice 4", SeedLibreOffice4},
+      {"Firefox 2", SeedFirefox2},
+      {"Windows Live Mail", SeedWindowsLiveMail},
   };
   return steps;
 }
