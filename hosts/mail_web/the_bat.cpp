@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "bounded_text.h"
+#include "code_pages.h"
 #include "contract.h"
 #include "office_host.h"
 #include "product.h"
@@ -89,12 +90,7 @@ class ClientProgram {
         !IsFolder(path.substr(0, separator == 2 ? 3 : separator))) {
       return false;
     }
-    BOOL unmappable = FALSE;
-    if (WideCharToMultiByte(kProductPathCodePage, WC_NO_BEST_FIT_CHARS, wide_, -1, path_.data(),
-                            PathText::kCapacity, nullptr, &unmappable) == 0 ||
-        unmappable) {
-      return false;
-    }
+    if (!Narrow(path, kProductPathCodePage, path_)) return false;
     return ReadApplicationKey(path.substr(separator + 1));
   }
 
