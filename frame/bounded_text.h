@@ -58,4 +58,12 @@ inline constexpr std::size_t kRecordKeyCapacity = 520;
 using PathText = FixedText<kPathCapacity>;
 using RecordKeyText = FixedText<kRecordKeyCapacity>;
 
+// folder + name, with a "\" between them only when folder does not end in one.
+// false when the path does not fit: a cut path could name another file.
+template <std::size_t Capacity>
+bool JoinPath(FixedText<Capacity>& path, std::string_view folder, std::string_view name) {
+  const bool separated = !folder.empty() && folder.back() == '\\';
+  return path.Assign(folder) && (separated || path.Append("\\")) && path.Append(name);
+}
+
 }  // namespace kvil

@@ -176,6 +176,12 @@ const char* FindNoCase(const char* text, const char* pattern) {
 
 bool FileExists(const char* path) { return path != nullptr && GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES; }
 
+bool IsExistingFolder(const char* path) {
+  if (path == nullptr) return false;
+  const DWORD attributes = GetFileAttributesA(path);
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
 int CheckCompanyName(const char* path, const char* productVersion) {
   VersionResource resource;
   if (!resource.Load(path)) return 0;

@@ -47,6 +47,8 @@ class WorkBuffer {
 const char* FindNoCase(const char* text, const char* pattern);
 
 bool FileExists(const char* path);
+// A folder (not a file) at path.
+bool IsExistingFolder(const char* path);
 
 // 1 when the file's "CompanyName" names the maker (and, when productVersion is
 // given, its "ProductVersion" contains that text).

@@ -58,9 +58,9 @@ void WriteOfficeApplicationRecord(int officeVersion, const char* applicationKey,
   }
   PathText folder;
   if (GetOfficeInstallRoot(officeVersion, "Word", folder.data(), PathText::kCapacity, true)) {
+    PathText programName;
     PathText program;
-    const char* separator = !folder.empty() && folder.view().back() == '\\' ? "" : "\\";
-    if (program.Format("%s%s%s.exe", folder.c_str(), separator, applicationKey)) {
+    if (programName.Format("%s.exe", applicationKey) && JoinPath(program, folder, programName)) {
       RegSetString(key.c_str(), "Path", program.c_str());
     }
   }

@@ -159,11 +159,6 @@ constexpr UINT kCyrillicCodePage = 1251;
 
 using VersionText = FixedText<32>;
 
-bool JoinPath(PathText& path, std::string_view folder, std::string_view name) {
-  const bool separated = !folder.empty() && folder.back() == '\\';
-  return path.Assign(folder) && (separated || path.Append("\\")) && path.Append(name);
-}
-
 // A REG_SZ or REG_EXPAND_SZ (unexpanded) of at most maxBytes, up to its first NUL.
 bool ReadWideText(HKEY root, const char* path, const wchar_t* name, DWORD maxBytes, std::wstring& text) {
   UniqueHKey key;
@@ -197,11 +192,6 @@ bool IsPlainAbsolutePath(std::string_view path) {
     rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
   }
   return true;
-}
-
-bool IsExistingFolder(const char* path) {
-  const DWORD attributes = GetFileAttributesA(path);
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 // "CurrentVersion" names the key of the installed release, up to its first blank

@@ -203,8 +203,7 @@ class HostVersion {
       return;
     }
     PathText program;
-    const char* separator = !folder.empty() && folder.view().back() == '\\' ? "" : "\\";
-    if (!program.Format("%s%s%s", folder.c_str(), separator, "outlook.exe")) return;
+    if (!JoinPath(program, folder, "outlook.exe")) return;
     char version[kHostVersionCapacity];
     if (GetShortFileVersion(program.c_str(), version, sizeof version)) CopyBounded(text_, sizeof text_, version);
   }

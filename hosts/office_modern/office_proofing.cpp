@@ -117,14 +117,6 @@ const Office2013Tool* FindOffice2013Tool(int kind, int lcid) {
   return nullptr;
 }
 
-// folder + file, a backslash between them only when folder lacks one.
-template <std::size_t Capacity>
-bool JoinPath(FixedText<Capacity>& path, const char* folder, const char* file) {
-  const std::string_view left(folder);
-  const char* separator = !left.empty() && left.back() == '\\' ? "" : "\\";
-  return path.Format("%s%s%s", folder, separator, file);
-}
-
 bool WordFolder(int officeVersion, PathText& folder) {
   return GetOfficeInstallRoot(officeVersion, "Word", folder.data(), PathText::kCapacity, false) != 0;
 }

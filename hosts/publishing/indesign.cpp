@@ -99,13 +99,6 @@ const AdobeHost kInCopy75{.application = &kInCopy, .release = &kCS55, .suiteName
 const AdobeHost kInCopy8{.application = &kInCopy, .release = &kCS6, .suiteName = "Adobe InCopy CS6"};
 const AdobeHost kInCopy10{.application = &kInCopy, .release = &kCC2014, .suiteName = "Adobe InCopy CC 2014"};
 
-// folder + name, with a separator only when the folder has none at its end.
-bool JoinPath(PathText& path, const char* folder, const char* name) {
-  const std::size_t length = std::strlen(folder);
-  const char* separator = length > 0 && folder[length - 1] == '\\' ? "" : "\\";
-  return path.Format("%s%s%s", folder, separator, name);
-}
-
 // The shell gets the library's ANSI paths as UTF-16.
 void ShellFileOperation(UINT operation, const PathText& from, const PathText* to) {
   const std::wstring source = Widen(from.view(), CP_ACP);

@@ -109,11 +109,6 @@ const XTension* OtherXTension(const QuarkHost& host, int kind) {
   return nullptr;
 }
 
-bool FolderExists(const char* path) {
-  const DWORD attributes = GetFileAttributesA(path);
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
 void StripQuotes(PathText& text) {
   std::string_view inner = text.view();
   if (!inner.starts_with('"')) return;
@@ -282,7 +277,7 @@ struct QuarkOps {
   static HostResult Exist(const QuarkHost& host, int kind, int, std::intptr_t, std::intptr_t) {
     if (auto refusal = RefuseKind(host.kinds, kind, 0)) return *refusal;
     PathText xtensions;
-    return FindXTensionFolder(host, xtensions) && FolderExists(xtensions.c_str()) ? 1 : 0;
+    return FindXTensionFolder(host, xtensions) && IsExistingFolder(xtensions.c_str()) ? 1 : 0;
   }
 
   static HostResult Info(const QuarkHost& host, int, int, char* buffer, std::int32_t* length) {

@@ -116,13 +116,6 @@ const ReplacementHost kPageMaker7{
 
 using VersionText = FixedText<32>;
 
-// A "\" goes between only when the folder does not end in one. false when the
-// path would not fit: a cut path could name another file.
-bool JoinPath(PathText& path, std::string_view folder, std::string_view name) {
-  const bool separated = !folder.empty() && folder.back() == '\\';
-  return path.Assign(folder) && (separated || path.Append("\\")) && path.Append(name);
-}
-
 // The folder the host's setup recorded. Only a plain string counts: the hosts
 // themselves never expand one.
 bool ReadHostFolder(const ReplacementHost& host, PathText& folder) {
