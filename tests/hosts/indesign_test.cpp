@@ -140,9 +140,7 @@ TEST_F(Adobe, OnlyThePluginIsListedAndRemovalTakesTheCsFilesOnly) {
   ASSERT_EQ(Call("Attach", "InDesign10", 0), 0u);
   ASSERT_EQ(Call("Attach", "InCopy6", 0), 0u);
   const Files inCopyAttached = FolderContents(inCopy_);
-  CreateFolder(folder().Join("setup"));
-  reinterpret_cast<void (*)(const char*)>(dll().Find("extSaveToXml"))(folder().Join("setup").c_str());
-  const std::string list = ReadFileBytes(folder().Join("setup\\addfiles.xml"));
+  const std::string list = SavedAddedFiles();
   for (const std::string& plugin :
        {inDesign_ + "\\Plug-ins\\Tervane\\KVILSpeller.pln", inDesign_ + "\\Plug-ins\\Tervane\\KVILCC.pln",
         inCopy_ + "\\Plug-ins\\Tervane\\KVILSpeller.pln"}) {

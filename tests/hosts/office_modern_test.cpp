@@ -50,13 +50,6 @@ class ModernOffice : public HostFamilyTest {
     if (found == nullptr) throw std::runtime_error(std::string("no export ") + name);
     return reinterpret_cast<Function>(found);
   }
-  // The added-files list as the setup program saves it.
-  std::string SavedAddedFiles() const {
-    const std::string target = folder().Join("setup");
-    CreateFolder(target);
-    Export<void (*)(const char*)>("extSaveToXml")(target.c_str());
-    return ReadFileBytes(target + "\\addfiles.xml");
-  }
 
   FontSubstituteGuard fontSubstitutes_;
 };

@@ -41,9 +41,7 @@ class Suites : public HostFamilyTest {
   }
   // The added-files list, saved as the setup program saves it, names path and nothing else.
   void ExpectListedAlone(const std::string& path) const {
-    CreateFolder(folder().Join("setup"));
-    reinterpret_cast<void (*)(const char*)>(dll().Find("extSaveToXml"))(folder().Join("setup").c_str());
-    const std::string list = ReadFileBytes(folder().Join("setup\\addfiles.xml"));
+    const std::string list = SavedAddedFiles();
     EXPECT_NE(list.find("fullpath=\"" + path + "\""), std::string::npos) << list;
     EXPECT_EQ(list.find("fullpath="), list.rfind("fullpath=")) << list;
   }

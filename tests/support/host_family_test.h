@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 
 #include "machine_test.h"
@@ -48,6 +49,16 @@ class HostFamilyTest : public LibraryTest {
   // A registration in the shared proofing-tools tree.
   static std::string Registration(const std::string& tool, int lcid = 1049) {
     return std::string(kSharedProofingTools) + "\\" + tool + "\\" + std::to_string(lcid) + "\\Normal";
+  }
+  // The library's added-files list, saved as the setup program saves it at the
+  // end of its run ("<scratch>\setup\addfiles.xml"), as text.
+  std::string SavedAddedFiles() const {
+    const std::string target = folder().Join("setup");
+    CreateFolder(target);
+    const auto save = reinterpret_cast<void (*)(const char*)>(dll().Find("extSaveToXml"));
+    if (save == nullptr) throw std::runtime_error("no export extSaveToXml");
+    save(target.c_str());
+    return ReadFileBytes(target + "\\addfiles.xml");
   }
   // A path in the Russian start-up folder as DescribeValues shows it.
   std::string InStartup(const std::string& file) const { return "sz:" + startup_ + "\\" + file; }
