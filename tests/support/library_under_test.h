@@ -9,7 +9,12 @@
 
 #include "host_contract.h"
 
+namespace kvil::machine {}
+
 namespace kvil::test {
+
+// The tests state machines in the seeder's terms.
+using namespace kvil::machine;
 
 class LibraryUnderTest {
  public:

@@ -11,7 +11,7 @@
 int main(int argc, char** argv) {
   ::testing::InitGoogleMock(&argc, argv);
   try {
-    const kvil::test::ComApartment apartment;
+    const kvil::machine::ComApartment apartment;
     return RUN_ALL_TESTS();
   } catch (const std::exception& error) {
     std::fprintf(stderr, "%s\n", error.what());

@@ -24,8 +24,8 @@
 
 namespace {
 
-using kvil::test::InstalledProduct;
-using kvil::test::ProductOptions;
+using kvil::machine::InstalledProduct;
+using kvil::machine::ProductOptions;
 
 // Each seeding step reports every thing it put on the machine, one line each.
 class SeedLog {
@@ -45,7 +45,7 @@ struct SeedingStep {
 std::string CommonProgramsFolder() {
   std::array<char, MAX_PATH> folder{};
   const HRESULT status = SHGetFolderPathA(nullptr, CSIDL_COMMON_PROGRAMS, nullptr, SHGFP_TYPE_CURRENT, folder.data());
-  if (FAILED(status)) kvil::test::ThrowComError("cannot find the all-users Programs folder", status);
+  if (FAILED(status)) kvil::machine::ThrowComError("cannot find the all-users Programs folder", status);
   return folder.data();
 }
 
@@ -56,7 +56,7 @@ void SeedProduct(const SeedLog& log) {
   options.productDir = "C:\\Program Files\\Kvil";
   options.menuDir = CommonProgramsFolder() + "\\Kvil";
   options.languages = {1049, 1058};
-  const InstalledProduct product = kvil::test::InstallProduct(options);
+  const InstalledProduct product = kvil::machine::InstallProduct(options);
 
   log.Seeded("uninstall entry HKLM\\" + product.uninstallKey + " (UninstallString " + options.productDir +
              "\\uninst.exe, MenuLink " + options.menuDir + ")");
@@ -77,16 +77,16 @@ constexpr char kOffice97Folder[] = "C:\\Program Files\\Microsoft Office\\Office"
 constexpr int kEnglish = 1033;
 
 void SeedWord97(const SeedLog& log) {
-  kvil::test::CreateFolder(kOffice97Folder);
-  kvil::test::InstallWord97(kOffice97Folder);
+  kvil::machine::CreateFolder(kOffice97Folder);
+  kvil::machine::InstallWord97(kOffice97Folder);
   log.Seeded("options HKCU\\Software\\Microsoft\\Office\\8.0\\Word\\Options");
   log.Seeded(std::string("install root HKLM\\SOFTWARE\\Microsoft\\Office\\8.0\\Word\\InstallRoot (Path ") +
              kOffice97Folder + ")");
 }
 
 void SeedExcel97(const SeedLog& log) {
-  kvil::test::CreateFolder(kOffice97Folder);
-  kvil::test::InstallExcel97(kOffice97Folder, kEnglish);
+  kvil::machine::CreateFolder(kOffice97Folder);
+  kvil::machine::InstallExcel97(kOffice97Folder, kEnglish);
   const std::string speller = " (Speller " + std::to_string(kEnglish) + "\\Normal)";
   log.Seeded("speller HKCU\\Software\\Microsoft\\Office\\8.0\\Excel\\Spell Checker" + speller);
   log.Seeded("speller HKLM\\Software\\Microsoft\\Office\\8.0\\New User Settings\\Excel\\Spell Checker" + speller);
@@ -98,8 +98,8 @@ void SeedExcel97(const SeedLog& log) {
 // Ukrainian speller points it at the Cyrillic character set and records what it
 // was, so the demo starts from a plain Western entry to show the change.
 void SeedAccess97(const SeedLog& log) {
-  kvil::test::InstallAccess97(kOffice97Folder, kEnglish);
-  kvil::test::WriteTahomaSubstitute("Tahoma,0");
+  kvil::machine::InstallAccess97(kOffice97Folder, kEnglish);
+  kvil::machine::WriteTahomaSubstitute("Tahoma,0");
   log.Seeded("speller HKLM\\SOFTWARE\\Microsoft\\Office\\8.0\\Access\\Speller (Language ID " +
              std::to_string(kEnglish) + ")");
   log.Seeded(std::string("program folder HKLM\\SOFTWARE\\Microsoft\\Office\\8.0\\Common\\InstallRoot (OfficeBin ") +
@@ -115,32 +115,32 @@ constexpr char kOffice2000Folder[] = "C:\\Program Files\\Microsoft Office\\Offic
 constexpr char kOffice2000Proof[] = "C:\\Program Files\\Common Files\\Microsoft Shared\\Proof";
 
 void SeedOffice2000(const SeedLog& log) {
-  kvil::test::CreateFolder(kOffice2000Folder);
+  kvil::machine::CreateFolder(kOffice2000Folder);
   for (const char* application : {"Word", "Excel", "Access"}) {
-    kvil::test::InstallOfficeApplication(9, application, kOffice2000Folder);
+    kvil::machine::InstallOfficeApplication(9, application, kOffice2000Folder);
     log.Seeded(std::string("install root HKLM\\SOFTWARE\\Microsoft\\Office\\9.0\\") + application +
                "\\InstallRoot (Path " + kOffice2000Folder + "\\)");
   }
-  kvil::test::RegisterUninstallEntry(kvil::test::kOffice2000RussianProductCode);
+  kvil::machine::RegisterUninstallEntry(kvil::machine::kOffice2000RussianProductCode);
   log.Seeded(std::string("uninstall entry HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\") +
-             kvil::test::kOffice2000RussianProductCode);
+             kvil::machine::kOffice2000RussianProductCode);
   const std::pair<const char*, const char*> components[] = {
-      {kvil::test::kRussianSpellerEngineComponent, "MSSP3RU.DLL"},
-      {kvil::test::kRussianSpellerLexiconComponent, "MSSP3RU.LEX"},
+      {kvil::machine::kRussianSpellerEngineComponent, "MSSP3RU.DLL"},
+      {kvil::machine::kRussianSpellerLexiconComponent, "MSSP3RU.LEX"},
   };
   for (const auto& [component, file] : components) {
     const std::string path = std::string(kOffice2000Proof) + "\\" + file;
-    kvil::test::RegisterComponentPath(kvil::test::kLocalSystemComponents, component,
-                                      kvil::test::kOffice2000RussianPacked, path);
-    log.Seeded(std::string("component HKLM\\") + kvil::test::kLocalSystemComponents + "\\" + component + " (" +
-               kvil::test::kOffice2000RussianPacked + " " + path + ")");
+    kvil::machine::RegisterComponentPath(kvil::machine::kLocalSystemComponents, component,
+                                      kvil::machine::kOffice2000RussianPacked, path);
+    log.Seeded(std::string("component HKLM\\") + kvil::machine::kLocalSystemComponents + "\\" + component + " (" +
+               kvil::machine::kOffice2000RussianPacked + " " + path + ")");
   }
 }
 
 // FrontPage 2000 beside Office 2000, spelling in English before anything is
 // attached.
 void SeedFrontPage2000(const SeedLog& log) {
-  kvil::test::InstallFrontPage2000(kOffice2000Folder, kEnglish);
+  kvil::machine::InstallFrontPage2000(kOffice2000Folder, kEnglish);
   log.Seeded("options HKCU\\Software\\Microsoft\\FrontPage (FrontPageLangID " + std::to_string(kEnglish) + ")");
   log.Seeded(std::string("program ") + kOffice2000Folder + "\\Frontpg.exe (4.0)");
 }
@@ -152,13 +152,13 @@ void SeedFrontPage2000(const SeedLog& log) {
 constexpr char kOffice2010Folder[] = "C:\\Program Files\\Microsoft Office\\Office14";
 
 void SeedOffice2010(const SeedLog& log) {
-  kvil::test::InstallModernOffice(14, kOffice2010Folder, {"Word", "Excel", "Outlook"});
+  kvil::machine::InstallModernOffice(14, kOffice2010Folder, {"Word", "Excel", "Outlook"});
   for (const char* application : {"Word", "Excel", "Outlook"}) {
     log.Seeded(std::string("install root HKLM\\SOFTWARE\\Microsoft\\Office\\14.0\\") + application +
                "\\InstallRoot (Path " + kOffice2010Folder + "\\)");
   }
   log.Seeded(std::string("proofing-tool module ") + kOffice2010Folder + "\\msproof7.dll (14.0)");
-  for (const kvil::test::QualifiedComponentList& list : kvil::test::ModernOfficeLists(14)) {
+  for (const kvil::machine::QualifiedComponentList& list : kvil::machine::ModernOfficeLists(14)) {
     log.Seeded("qualified components HKCR\\" + list.key + " (" + list.valueName + ": Microsoft's entry, " +
                list.productEntry + ")");
   }
@@ -173,9 +173,9 @@ constexpr char kProductFolder[] = "C:\\Program Files\\Kvil";
 void SeedCorelDraw6(const SeedLog& log) {
   const std::string config = std::string(kCorelFolder) + "\\Config";
   const std::string programs = std::string(kCorelFolder) + "\\Programs";
-  kvil::test::InstallCorelDraw6(config, "..\\Programs", programs);
-  kvil::test::WriteReplacementModules(kProductFolder);
-  log.Seeded(std::string("configuration HKLM\\") + kvil::test::kCorelDraw6Key + " (ConfigDir " + config + ")");
+  kvil::machine::InstallCorelDraw6(config, "..\\Programs", programs);
+  kvil::machine::WriteReplacementModules(kProductFolder);
+  log.Seeded(std::string("configuration HKLM\\") + kvil::machine::kCorelDraw6Key + " (ConfigDir " + config + ")");
   log.Seeded(config + "\\corelapp.ini ([Config] ProgramsDir=..\\Programs)");
   log.Seeded("speller module " + programs + "\\cdrtpr60.dll (Corel's)");
   log.Seeded(std::string("replacement modules in ") + kProductFolder + " (cdrtpr60.dll and the other hosts')");
@@ -185,9 +185,9 @@ void SeedCorelDraw6(const SeedLog& log) {
 constexpr char kInDesignFolder[] = "C:\\Program Files\\Adobe\\Adobe InDesign CS6";
 
 void SeedInDesignCs6(const SeedLog& log) {
-  kvil::test::InstallAdobeApplication(kvil::test::AdobeApplication::kInDesign, kInDesignFolder, 8, 0);
-  kvil::test::WriteProductPlugins(kProductFolder);
-  log.Seeded("App Paths HKLM\\" + kvil::test::AdobeAppPathsKey(kvil::test::AdobeApplication::kInDesign) +
+  kvil::machine::InstallAdobeApplication(kvil::machine::AdobeApplication::kInDesign, kInDesignFolder, 8, 0);
+  kvil::machine::WriteProductPlugins(kProductFolder);
+  log.Seeded("App Paths HKLM\\" + kvil::machine::AdobeAppPathsKey(kvil::machine::AdobeApplication::kInDesign) +
              " (Path " + kInDesignFolder + ")");
   log.Seeded(std::string("program ") + kInDesignFolder + "\\INDESIGN.exe (8.0)");
   log.Seeded(std::string("plug-in files in ") + kProductFolder +
@@ -201,9 +201,9 @@ constexpr char kLibreOfficeFolder[] = "C:\\Program Files\\LibreOffice 4";
 
 void SeedLibreOffice4(const SeedLog& log) {
   const std::string program =
-      kvil::test::InstallOfficeSuite(kvil::test::SuiteFamily::kLibreOffice, "4.1.0", kLibreOfficeFolder);
-  kvil::test::WriteProductExtension(kProductFolder);
-  log.Seeded("suite HKLM\\" + kvil::test::SuiteRegistryKey(kvil::test::SuiteFamily::kLibreOffice, "4.1.0") +
+      kvil::machine::InstallOfficeSuite(kvil::machine::SuiteFamily::kLibreOffice, "4.1.0", kLibreOfficeFolder);
+  kvil::machine::WriteProductExtension(kProductFolder);
+  log.Seeded("suite HKLM\\" + kvil::machine::SuiteRegistryKey(kvil::machine::SuiteFamily::kLibreOffice, "4.1.0") +
              "\\4.1.0 (Path " + program + ")");
   log.Seeded(std::string("extensions ") + kLibreOfficeFolder + "\\share\\extensions (dict-ru)");
   log.Seeded(std::string("extension folder ") + kProductFolder + "\\kvillo");
@@ -213,12 +213,12 @@ constexpr char kFirefoxFolder[] = "C:\\Program Files\\Mozilla Firefox";
 constexpr char kLiveMailFolder[] = "C:\\Program Files\\Windows Live\\Mail";
 
 void SeedFirefox2(const SeedLog& log) {
-  kvil::test::InstallFirefox2(kFirefoxFolder);
+  kvil::machine::InstallFirefox2(kFirefoxFolder);
   log.Seeded(std::string("Firefox 2.0.0.20 in ") + kFirefoxFolder + " (firefox.exe, components\\myspell.dll)");
 }
 
 void SeedWindowsLiveMail(const SeedLog& log) {
-  kvil::test::InstallWindowsLiveMail(kLiveMailFolder);
+  kvil::machine::InstallWindowsLiveMail(kLiveMailFolder);
   log.Seeded(std::string("Windows Live Mail in ") + kLiveMailFolder + " (wlmail.exe 8.0)");
 }
 
@@ -245,7 +245,7 @@ const std::vector<SeedingStep>& DemoMachine() {
 int Seed() {
   const char* current = "COM";
   try {
-    const kvil::test::ComApartment apartment;
+    const kvil::machine::ComApartment apartment;
     for (const SeedingStep& step : DemoMachine()) {
       current = step.name;
       step.seed(SeedLog(step.name));

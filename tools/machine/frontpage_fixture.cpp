@@ -7,7 +7,7 @@
 #include "version_fixture.h"
 #include "win32_support.h"
 
-namespace kvil::test {
+namespace kvil::machine {
 namespace {
 
 constexpr char kFrontPageUserKey[] = "Software\\Microsoft\\FrontPage";
@@ -96,4 +96,4 @@ FrontPageIniGuard::~FrontPageIniGuard() {
   }
 }
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

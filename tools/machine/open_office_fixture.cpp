@@ -3,7 +3,7 @@
 #include "registry_probe.h"
 #include "version_fixture.h"
 
-namespace kvil::test {
+namespace kvil::machine {
 
 std::string SuiteRegistryKey(SuiteFamily family, const std::string& version) {
   if (family == SuiteFamily::kLibreOffice) return "SOFTWARE\\LibreOffice\\LibreOffice";
@@ -35,4 +35,4 @@ void WriteProductExtension(const std::string& productFolder) {
   WriteFile(extension + "\\Windows\\kvil4ooo-kvil.uno.dll", std::string(kUnoModule, sizeof kUnoModule - 1));
 }
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

@@ -7,7 +7,7 @@
 #include "handles.h"
 #include "win32_support.h"
 
-namespace kvil::test {
+namespace kvil::machine {
 namespace {
 
 // Longest names the registry allows, plus the terminator.
@@ -205,4 +205,4 @@ RegValue DwordValue(DWORD value) {
                    static_cast<std::uint8_t>(value >> 16), static_cast<std::uint8_t>(value >> 24)}};
 }
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 
-namespace kvil::test {
+namespace kvil::machine {
 
 // "<Windows folder>\frontpg.ini".
 std::string FrontPageIniPath();
@@ -54,4 +54,4 @@ class FrontPageIniGuard {
   std::optional<std::string> contents_;
 };
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

@@ -2,7 +2,7 @@
 
 #include "registry_probe.h"
 
-namespace kvil::test {
+namespace kvil::machine {
 
 std::string WordProSpellKey(const std::string& componentVersion) {
   return "SOFTWARE\\Lotus\\Components\\Spell\\" + componentVersion;
@@ -50,4 +50,4 @@ void InstallPageMaker(const std::string& key, const std::string& program, WORD m
   WriteVersionedModule(folder + "\\" + moduleSubfolder + "\\prxlng1.dll", HostModuleStamp(kAdobe));
 }
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

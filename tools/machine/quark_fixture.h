@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-namespace kvil::test {
+namespace kvil::machine {
 
 inline constexpr const char kQuarkOpenCommand[] = "SOFTWARE\\Classes\\QuarkXPress.XTension\\shell\\open\\command";
 inline constexpr const char kQuarkPreferences[] = "Software\\Quark\\QuarkXPress\\Preferences";
@@ -49,4 +49,4 @@ void RegisterQuarkFolderComponent(int componentIndex, const std::string& path);
 // each with its own bytes.
 void InstallProductXTensions(const std::string& startupFolder);
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

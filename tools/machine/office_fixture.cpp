@@ -10,7 +10,7 @@
 #include "version_fixture.h"
 #include "win32_support.h"
 
-namespace kvil::test {
+namespace kvil::machine {
 namespace {
 
 constexpr char kOffice97Root[] = "SOFTWARE\\Microsoft\\Office\\8.0";
@@ -277,5 +277,5 @@ void InstallModernOffice(int officeVersion, const std::string& officeFolder,
   }
 }
 
-}  // namespace kvil::test
+}  // namespace kvil::machine
 

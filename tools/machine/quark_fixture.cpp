@@ -3,7 +3,7 @@
 #include "registry_probe.h"
 #include "version_fixture.h"
 
-namespace kvil::test {
+namespace kvil::machine {
 
 void InstallQuarkXPress(const QuarkOptions& options) {
   const std::string program = options.folder + "\\QuarkXPress.exe";
@@ -31,4 +31,4 @@ void InstallProductXTensions(const std::string& startupFolder) {
   }
 }
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

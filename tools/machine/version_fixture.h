@@ -8,7 +8,7 @@
 #include <map>
 #include <string>
 
-namespace kvil::test {
+namespace kvil::machine {
 
 struct VersionStamp {
   std::array<WORD, 4> fileVersion{8, 0, 0, 0};
@@ -44,4 +44,4 @@ std::string ReadFileBytes(const std::string& path);
 // bytes>" for a file, "<folder>" for a folder.
 std::map<std::string, std::string> FolderContents(const std::string& folder);
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

@@ -8,7 +8,7 @@
 
 #include <string>
 
-namespace kvil::test {
+namespace kvil::machine {
 
 inline constexpr const char kFirefoxKey[] = "SOFTWARE\\Mozilla\\Mozilla Firefox";
 inline constexpr const char kIeKey[] = "Software\\Microsoft\\Internet Explorer";
@@ -61,4 +61,4 @@ void WriteSettingsFile(const std::string& path, const std::string& contents);
 // engine "spellcheck.dll" (Tervane, 8.0), in the product's folder.
 void WriteBrowserProductFiles(const std::string& productFolder);
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

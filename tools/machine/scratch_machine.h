@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace kvil::test {
+namespace kvil::machine {
 
 // Redirects HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER and HKEY_CLASSES_ROOT of this
 // process to three new keys under the real HKCU ("Software\KvilTestScratch\<id>")
@@ -47,4 +47,4 @@ class ScratchFolder {
   std::string path_;
 };
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

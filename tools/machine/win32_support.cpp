@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-namespace kvil::test {
+namespace kvil::machine {
 namespace {
 
 std::string SystemMessage(DWORD status) {
@@ -57,4 +57,4 @@ std::wstring Widen(const std::string& text) {
   return wide;
 }
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

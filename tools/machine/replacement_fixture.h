@@ -10,7 +10,7 @@
 
 #include "version_fixture.h"
 
-namespace kvil::test {
+namespace kvil::machine {
 
 inline constexpr const char kCorelDraw6Key[] = "SOFTWARE\\Corel\\CorelDRAW\\6.0";
 // Word Pro's spelling component of version "3.0", "4.0" or "4.1".
@@ -43,4 +43,4 @@ void InstallWordProSpeller(const std::string& componentVersion, const std::strin
 void InstallPageMaker(const std::string& key, const std::string& program, WORD major, WORD minor,
                       const std::string& folder, const std::string& moduleSubfolder);
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

@@ -4,7 +4,7 @@
 #include "version_fixture.h"
 #include "win32_support.h"
 
-namespace kvil::test {
+namespace kvil::machine {
 namespace {
 
 // Internet Explorer's setup leaves the key of the menu extensions for every user.
@@ -91,4 +91,4 @@ void WriteBrowserProductFiles(const std::string& productFolder) {
   WriteVersionedModule(productFolder + "\\spellcheck.dll", VersionStamp{});
 }
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

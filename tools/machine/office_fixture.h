@@ -11,7 +11,7 @@
 
 #include "registry_probe.h"
 
-namespace kvil::test {
+namespace kvil::machine {
 
 // Office 97's install root ("SOFTWARE\Microsoft\Office\8.0\<App>\InstallRoot"
 // "Path") for one application, and the shared program folder
@@ -137,4 +137,4 @@ std::string MicrosoftListEntry();
 // Microsoft's Office 2013 files in "PROOF" (relative to it), in the order they are switched.
 std::vector<std::string> Office2013ProofFiles();
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace kvil::test {
+namespace kvil::machine {
 
 struct RegValue {
   DWORD type = REG_NONE;
@@ -60,4 +60,4 @@ void WriteRaw(HKEY root, const std::string& path, const std::string& name, DWORD
 RegValue SzValue(const std::string& text, bool withTerminator);
 RegValue DwordValue(DWORD value);
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

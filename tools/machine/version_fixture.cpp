@@ -12,7 +12,7 @@
 #include "handles.h"
 #include "win32_support.h"
 
-namespace kvil::test {
+namespace kvil::machine {
 namespace {
 
 constexpr WORD kUsEnglish = 0x0409;
@@ -286,4 +286,4 @@ std::map<std::string, std::string> FolderContents(const std::string& folder) {
   return contents;
 }
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace kvil::test {
+namespace kvil::machine {
 
 enum class AdobeApplication { kInDesign, kInCopy };
 
@@ -28,4 +28,4 @@ void InstallAdobeApplication(AdobeApplication application, const std::string& fo
 // script "TervaneSpeller.jsx".
 void WriteProductPlugins(const std::string& productFolder);
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

@@ -8,7 +8,7 @@
 #include "handles.h"
 #include "win32_support.h"
 
-namespace kvil::test {
+namespace kvil::machine {
 namespace {
 
 constexpr char kScratchParent[] = "Software\\KvilTestScratch";
@@ -135,4 +135,4 @@ std::string ScratchFolder::Join(std::string_view relative) const {
   return joined;
 }
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

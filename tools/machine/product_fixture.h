@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace kvil::test {
+namespace kvil::machine {
 
 struct ProductOptions {
   int majorVersion = 8;
@@ -58,4 +58,4 @@ class ComApartment {
   ~ComApartment();
 };
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

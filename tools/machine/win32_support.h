@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace kvil::test {
+namespace kvil::machine {
 
 // Throws std::runtime_error: "<what>: error <status> (<system text>)".
 [[noreturn]] void ThrowWin32Error(const std::string& what, DWORD status);
@@ -22,4 +22,4 @@ std::string RunningExecutableFolder();
 // ANSI text (the library's code page) as UTF-16, for the wide-only APIs.
 std::wstring Widen(const std::string& text);
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

@@ -3,7 +3,7 @@
 #include "registry_probe.h"
 #include "version_fixture.h"
 
-namespace kvil::test {
+namespace kvil::machine {
 
 std::string AdobeAppPathsKey(AdobeApplication application) {
   return std::string("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\") +
@@ -37,4 +37,4 @@ void WriteProductPlugins(const std::string& productFolder) {
   WriteFile(productFolder + "\\TervaneSpeller.jsx", "app.spellPreferences.checkMisspelledWords = true;\r\n");
 }
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

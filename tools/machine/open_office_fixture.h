@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace kvil::test {
+namespace kvil::machine {
 
 enum class SuiteFamily { kLibreOffice, kOpenOffice };
 
@@ -24,4 +24,4 @@ std::string InstallOfficeSuite(SuiteFamily family, const std::string& version, c
 // "META-INF\manifest.xml" and the UNO module "Windows\kvil4ooo-kvil.uno.dll".
 void WriteProductExtension(const std::string& productFolder);
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

@@ -14,7 +14,7 @@
 #include "version_fixture.h"
 #include "win32_support.h"
 
-namespace kvil::test {
+namespace kvil::machine {
 namespace {
 
 constexpr char kUninstallRoot[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Kvil\\";
@@ -150,4 +150,4 @@ ComApartment::ComApartment() {
 
 ComApartment::~ComApartment() { CoUninitialize(); }
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

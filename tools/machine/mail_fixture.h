@@ -8,7 +8,7 @@
 
 #include <string>
 
-namespace kvil::test {
+namespace kvil::machine {
 
 inline constexpr char kOutlookExpressKey[] = "SOFTWARE\\Microsoft\\Outlook Express";
 inline constexpr char kOutlookExpressUserKey[] = "Software\\Microsoft\\Outlook Express\\5.0";
@@ -44,4 +44,4 @@ void InstallTheBat(const std::string& programPath, MailProgram program = {6, 0})
 // behind them, and malformed values.
 void SetTheBatExePath(const std::wstring& units, DWORD type = REG_SZ);
 
-}  // namespace kvil::test
+}  // namespace kvil::machine

@@ -5,7 +5,7 @@
 #include "version_fixture.h"
 #include "win32_support.h"
 
-namespace kvil::test {
+namespace kvil::machine {
 namespace {
 
 void WriteProgram(const std::string& path, const MailProgram& program, const char* maker) {
@@ -58,4 +58,4 @@ void SetTheBatExePath(const std::wstring& units, DWORD type) {
   if (status != ERROR_SUCCESS) ThrowWin32Error("cannot write The Bat!'s \"EXE path\"", status);
 }
 
-}  // namespace kvil::test
+}  // namespace kvil::machine
