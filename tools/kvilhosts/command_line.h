@@ -8,12 +8,11 @@
 #include <string>
 #include <string_view>
 
+#include "host_arguments.h"
+
 namespace kvilhosts {
 
 enum class Command { kHelp, kList, kAttach, kDetach, kCheck };
-
-inline constexpr std::int32_t kRussian = 1049;
-inline constexpr std::int32_t kUkrainian = 1058;
 
 struct Invocation {
   Command command = Command::kHelp;
@@ -36,11 +35,6 @@ struct ParsedCommandLine {
 
 // args excludes the program name.
 ParsedCommandLine ParseCommandLine(std::span<const std::string_view> args);
-
-// "speller" ... "hyphenator", or the kind's digit 0..3.
-std::optional<std::int32_t> ParseToolKind(std::string_view text);
-// An LCID the library knows, in decimal, or "ru" / "uk".
-std::optional<std::int32_t> ParseLanguage(std::string_view text);
 
 extern const char kUsage[];
 
