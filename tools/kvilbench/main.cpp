@@ -1,0 +1,310 @@
+// kvilbench: what a full survey and each attach cost the library, timed through
+// its exports on a machine where every host of its table is installed, in units
+// of one plain registry read. Under Wine every registry call is a round trip to
+// the server, so the count of reads an export amounts to is what its time says.
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <exception>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "command_line.h"
+#include "every_host.h"
+#include "frontpage_fixture.h"
+#include "handles.h"
+#include "host_contract.h"
+#include "host_library.h"
+#include "host_suffixes.h"
+#include "office_fixture.h"
+#include "product_fixture.h"
+#include "scratch_machine.h"
+#include "timing.h"
+#include "tool_kinds.h"
+#include "win32_support.h"
+
+namespace kvilbench {
+namespace {
+
+constexpr int kExitSuccess = 0;
+constexpr int kExitFailure = 1;  // the machine could not be seeded or the library loaded
+constexpr int kExitUsage = 2;
+
+constexpr double kSurveyTarget = 2000;
+constexpr double kAttachTarget = 50;
+// Reads per reference loop; a loop runs before and after each round's phases.
+constexpr int kReferenceReads = 100;
+constexpr std::size_t kCostliestSurveyRows = 10;
+
+// The value every reference read fetches: the product's start-up folder for its
+// first language, a read most exports make themselves.
+constexpr char kReferenceValue[] = "Kvil startup dir";
+
+using KindSamples = std::array<std::vector<double>, kvil::kToolKindCount>;
+
+void PrintError(const std::string& message) { std::fputs(("kvilbench: " + message + "\n").c_str(), stderr); }
+
+std::string Format(const char* format, ...) {
+  std::array<char, 512> line{};
+  va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(line.data(), line.size(), format, arguments);
+  va_end(arguments);
+  return line.data();
+}
+
+struct BoundHost {
+  std::string_view suffix;
+  kvilhosts::HostExports exports;
+};
+
+struct Selection {
+  std::vector<BoundHost> hosts;
+  std::vector<std::string_view> notBuilt;
+  std::vector<std::int32_t> kinds;
+  std::int32_t lcid = kvilhosts::kRussian;
+};
+
+Selection Select(const BenchOptions& options, HMODULE library) {
+  Selection selection;
+  selection.lcid = options.lcid;
+  for (const std::string_view suffix : kvilhosts::kHostSuffixes) {
+    if (!options.suffixes.empty() &&
+        std::find(options.suffixes.begin(), options.suffixes.end(), suffix) == options.suffixes.end()) {
+      continue;
+    }
+    if (const std::optional<kvilhosts::HostExports> exports = kvilhosts::BindHost(library, suffix)) {
+      selection.hosts.push_back({suffix, *exports});
+    } else {
+      selection.notBuilt.push_back(suffix);
+    }
+  }
+  for (std::int32_t kind = 0; kind < kvil::kToolKindCount; ++kind) {
+    if (!options.kind || *options.kind == kind) selection.kinds.push_back(kind);
+  }
+  return selection;
+}
+
+// Per-round times in seconds, indexed like the selection's hosts.
+struct Samples {
+  explicit Samples(std::size_t hostCount)
+      : survey(hostCount), attach(hostCount), detach(hostCount), attachAnswers(hostCount) {}
+
+  std::vector<double> referenceRead;  // one reference read, per loop
+  std::vector<double> fullSurvey;
+  std::vector<std::vector<double>> survey;
+  std::vector<KindSamples> attach;
+  std::vector<KindSamples> detach;
+  // What each Attach answered in the last round.
+  std::vector<std::array<std::optional<kvil::HostResult>, kvil::kToolKindCount>> attachAnswers;
+};
+
+// The unit: open the key, query the value, close the key, as the library's
+// single reads do, with the machine's own registry calls.
+double TimeReferenceRead(const std::string& key) {
+  std::array<char, MAX_PATH> value{};
+  const Stopwatch stopwatch;
+  for (int read = 0; read < kReferenceReads; ++read) {
+    LONG status = ERROR_SUCCESS;
+    {
+      kvil::UniqueHKey opened;
+      status = RegOpenKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_QUERY_VALUE, opened.put());
+      DWORD size = static_cast<DWORD>(value.size());
+      if (status == ERROR_SUCCESS) {
+        status = RegQueryValueExA(opened.get(), kReferenceValue, nullptr, nullptr,
+                                  reinterpret_cast<BYTE*>(value.data()), &size);
+      }
+    }
+    if (status != ERROR_SUCCESS) {
+      kvil::machine::ThrowWin32Error("cannot read HKLM\\" + key + " " + kReferenceValue, status);
+    }
+  }
+  return stopwatch.ElapsedSeconds() / kReferenceReads;
+}
+
+// Every question the setup tool may ask of a host about a tool, asked whatever
+// the earlier answers were.
+void SurveyRound(const Selection& selection, Samples& samples) {
+  double total = 0;
+  for (std::size_t index = 0; index < selection.hosts.size(); ++index) {
+    const kvilhosts::HostExports& host = selection.hosts[index].exports;
+    const Stopwatch stopwatch;
+    for (const std::int32_t kind : selection.kinds) {
+      host.exist(kind, selection.lcid, 0, 0);
+      std::array<char, 520> list{};
+      std::int32_t length = static_cast<std::int32_t>(list.size());
+      host.info(kind, selection.lcid, list.data(), &length);
+      host.avail(kind, selection.lcid, 0, 0);
+      host.check(kind, selection.lcid, 0, 0);
+    }
+    const double seconds = stopwatch.ElapsedSeconds();
+    samples.survey[index].push_back(seconds);
+    total += seconds;
+  }
+  samples.fullSurvey.push_back(total);
+}
+
+// Attach then Detach of each tool, each call timed alone; the detach puts the
+// host back for the next tool and the next round.
+void AttachRound(const Selection& selection, Samples& samples) {
+  for (std::size_t index = 0; index < selection.hosts.size(); ++index) {
+    const kvilhosts::HostExports& host = selection.hosts[index].exports;
+    for (const std::int32_t kind : selection.kinds) {
+      const Stopwatch attachWatch;
+      const kvil::HostResult answer = host.attach(kind, selection.lcid, 0, 0);
+      samples.attach[index][kind].push_back(attachWatch.ElapsedSeconds());
+      samples.attachAnswers[index][kind] = answer;
+      const Stopwatch detachWatch;
+      host.detach(kind, selection.lcid, 0, 0);
+      samples.detach[index][kind].push_back(detachWatch.ElapsedSeconds());
+    }
+  }
+}
+
+struct KindCost {
+  double cost = 0;
+  std::int32_t kind = 0;
+};
+
+// The costliest tool of a host, in read-equivalents.
+KindCost Costliest(const Selection& selection, const KindSamples& samples, double reference) {
+  KindCost costliest;
+  for (const std::int32_t kind : selection.kinds) {
+    const double cost = ReadEquivalents(Median(samples[kind]), reference);
+    if (cost >= costliest.cost) costliest = {cost, kind};
+  }
+  return costliest;
+}
+
+std::string TargetNote(double cost, double target) {
+  return Format("(target %.0f%s)", target, cost > target ? ", above it" : "");
+}
+
+std::string FormatReport(const BenchOptions& options, const Selection& selection, const Samples& samples) {
+  const double reference = Median(samples.referenceRead);
+  const std::string firstKind(kvilhosts::kToolKindNames[selection.kinds.front()]);
+  const std::string lastKind(kvilhosts::kToolKindNames[selection.kinds.back()]);
+  std::string report;
+  report += Format("kvilbench: every host installed, language %d, tools %s, %d round%s, medians\n",
+                   static_cast<int>(selection.lcid),
+                   (firstKind == lastKind ? firstKind : firstKind + " to " + lastKind).c_str(), options.rounds,
+                   options.rounds == 1 ? "" : "s");
+  report += Format("reference read (open, query, close of one value): %.1f us\n", reference * 1e6);
+  if (!selection.notBuilt.empty()) {
+    report += "not built, left out:";
+    for (const std::string_view suffix : selection.notBuilt) {
+      report += ' ';
+      report += suffix;
+    }
+    report += "\n";
+  }
+
+  const double fullSurvey = ReadEquivalents(Median(samples.fullSurvey), reference);
+  report += Format("\nsurvey: %zu suffixes x %zu tool kinds x Exist, Info, Avail, Check\n", selection.hosts.size(),
+                   selection.kinds.size());
+  report += Format("  full survey %12.0f read-equivalents %s\n", fullSurvey,
+                   TargetNote(fullSurvey, kSurveyTarget).c_str());
+  std::vector<std::pair<double, std::string_view>> bySuffix;
+  for (std::size_t index = 0; index < selection.hosts.size(); ++index) {
+    bySuffix.emplace_back(ReadEquivalents(Median(samples.survey[index]), reference), selection.hosts[index].suffix);
+  }
+  std::stable_sort(bySuffix.begin(), bySuffix.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
+  report += "  costliest suffixes:\n";
+  for (std::size_t row = 0; row < std::min(kCostliestSurveyRows, bySuffix.size()); ++row) {
+    report += Format("    %-14s %8.1f\n", std::string(bySuffix[row].second).c_str(), bySuffix[row].first);
+  }
+
+  report += "\nattach then detach, each call alone, the costliest tool kind of each (read-equivalents):\n";
+  report += Format("  %-14s %8s  %-10s %8s  %s\n", "suffix", "attach", "tool", "detach", "attached");
+  KindCost worst;
+  std::string_view worstSuffix;
+  for (std::size_t index = 0; index < selection.hosts.size(); ++index) {
+    const KindCost attach = Costliest(selection, samples.attach[index], reference);
+    const KindCost detach = Costliest(selection, samples.detach[index], reference);
+    int done = 0;
+    for (const auto& answer : samples.attachAnswers[index]) {
+      if (answer && *answer != kvil::kHostNo && *answer != kvil::kNotApplicable) ++done;
+    }
+    report += Format("  %-14s %8.1f  %-10s %8.1f  %d/%zu\n", std::string(selection.hosts[index].suffix).c_str(),
+                     attach.cost, std::string(kvilhosts::kToolKindNames[attach.kind]).c_str(), detach.cost, done,
+                     selection.kinds.size());
+    if (worstSuffix.empty() || attach.cost > worst.cost) {
+      worst = attach;
+      worstSuffix = selection.hosts[index].suffix;
+    }
+  }
+  if (!worstSuffix.empty()) {
+    report += Format("  costliest attach %7.1f read-equivalents, %s %s %s\n", worst.cost,
+                     std::string(worstSuffix).c_str(), std::string(kvilhosts::kToolKindNames[worst.kind]).c_str(),
+                     TargetNote(worst.cost, kAttachTarget).c_str());
+  }
+  return report;
+}
+
+int Run(const BenchOptions& options) {
+  // The Wine prefix's own files that seeding and attaching change go back as
+  // they were; the registry lives in a scratch tree that goes with the run.
+  const kvil::machine::ComApartment apartment;
+  const kvil::machine::FontSubstituteGuard fontSubstitute;
+  const kvil::machine::FrontPageIniGuard frontPageIni;
+  const kvil::machine::ScratchRegistry registry;
+  const kvil::machine::ScratchFolder folder;
+  const kvil::machine::InstalledProduct product = kvil::machine::InstallEveryHost(folder.path());
+  const std::string referenceKey = product.OptionsKey(product.options.languages.front());
+
+  const std::string path = options.libraryPath.value_or(kvilhosts::DefaultLibraryPath());
+  const kvilhosts::LoadResult library = kvilhosts::LoadHostLibrary(path);
+  if (!library.module) {
+    PrintError("cannot load " + path + ": error " + kvilhosts::DescribeWindowsError(library.error));
+    return kExitFailure;
+  }
+  const Selection selection = Select(options, library.module.get());
+
+  Samples samples(selection.hosts.size());
+  for (int round = 0; round < options.rounds; ++round) {
+    samples.referenceRead.push_back(TimeReferenceRead(referenceKey));
+    SurveyRound(selection, samples);
+    samples.referenceRead.push_back(TimeReferenceRead(referenceKey));
+    AttachRound(selection, samples);
+    samples.referenceRead.push_back(TimeReferenceRead(referenceKey));
+  }
+  std::fputs(FormatReport(options, selection, samples).c_str(), stdout);
+  return kExitSuccess;
+}
+
+int Main(int argc, char** argv) {
+  const std::vector<std::string_view> args(argv + 1, argv + argc);
+  const ParsedCommandLine parsed = ParseCommandLine(args);
+  if (!parsed.usageError.empty()) {
+    PrintError(parsed.usageError);
+    return kExitUsage;
+  }
+  if (parsed.options.help) {
+    std::fputs(kUsage, stdout);
+    return kExitSuccess;
+  }
+  // A library that fails to load must come back as an error code, never as a
+  // system dialog waiting for a click.
+  SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
+  return Run(parsed.options);
+}
+
+}  // namespace
+}  // namespace kvilbench
+
+int main(int argc, char** argv) {
+  try {
+    return kvilbench::Main(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "kvilbench: %s\n", error.what());
+  } catch (...) {
+    std::fputs("kvilbench: unexpected failure\n", stderr);
+  }
+  return kvilbench::kExitFailure;
+}
