@@ -38,8 +38,8 @@ constexpr int kExitUsage = 2;
 
 constexpr double kSurveyTarget = 2000;
 constexpr double kAttachTarget = 50;
-// Reads per reference loop; a loop runs before and after each round's phases.
-constexpr int kReferenceReads = 100;
+// Reference reads timed before each host's calls.
+constexpr int kReferenceReads = 15;
 constexpr std::size_t kCostliestSurveyRows = 10;
 
 // The value every reference read fetches: the product's start-up folder for its
@@ -91,12 +91,11 @@ Selection Select(const BenchOptions& options, HMODULE library) {
   return selection;
 }
 
-// Per-round times in seconds, indexed like the selection's hosts.
+// Per-round costs in read-equivalents, indexed like the selection's hosts.
 struct Samples {
   explicit Samples(std::size_t hostCount)
       : survey(hostCount), attach(hostCount), detach(hostCount), attachAnswers(hostCount) {}
 
-  std::vector<double> referenceRead;  // one reference read, per loop
   std::vector<double> fullSurvey;
   std::vector<std::vector<double>> survey;
   std::vector<KindSamples> attach;
@@ -106,34 +105,54 @@ struct Samples {
 };
 
 // The unit: open the key, query the value, close the key, as the library's
-// single reads do, with the machine's own registry calls.
-double TimeReferenceRead(const std::string& key) {
-  std::array<char, MAX_PATH> value{};
-  const Stopwatch stopwatch;
-  for (int read = 0; read < kReferenceReads; ++read) {
-    LONG status = ERROR_SUCCESS;
-    {
-      kvil::UniqueHKey opened;
-      status = RegOpenKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_QUERY_VALUE, opened.put());
-      DWORD size = static_cast<DWORD>(value.size());
-      if (status == ERROR_SUCCESS) {
-        status = RegQueryValueExA(opened.get(), kReferenceValue, nullptr, nullptr,
-                                  reinterpret_cast<BYTE*>(value.data()), &size);
-      }
+// single reads do, with the machine's own registry calls. Other programs
+// share the processor and the Wine server, so the unit is taken afresh beside
+// each host's calls: the median of a few reads just before them.
+class ReferenceRead {
+ public:
+  explicit ReferenceRead(std::string key) : key_(std::move(key)) {}
+
+  // Seconds per read, here and now.
+  double Measure() {
+    std::vector<double> reads;
+    for (int read = 0; read < kReferenceReads; ++read) {
+      const Stopwatch stopwatch;
+      ReadOnce();
+      reads.push_back(stopwatch.ElapsedSeconds());
+    }
+    allReads_.insert(allReads_.end(), reads.begin(), reads.end());
+    return Median(std::move(reads));
+  }
+
+  // The median of every read measured so far.
+  double OverallSeconds() const { return Median(allReads_); }
+
+ private:
+  void ReadOnce() const {
+    std::array<char, MAX_PATH> value{};
+    DWORD size = static_cast<DWORD>(value.size());
+    kvil::UniqueHKey opened;
+    LONG status = RegOpenKeyExA(HKEY_LOCAL_MACHINE, key_.c_str(), 0, KEY_QUERY_VALUE, opened.put());
+    if (status == ERROR_SUCCESS) {
+      status = RegQueryValueExA(opened.get(), kReferenceValue, nullptr, nullptr, reinterpret_cast<BYTE*>(value.data()),
+                                &size);
     }
     if (status != ERROR_SUCCESS) {
-      kvil::machine::ThrowWin32Error("cannot read HKLM\\" + key + " " + kReferenceValue, status);
+      kvil::machine::ThrowWin32Error("cannot read HKLM\\" + key_ + " " + kReferenceValue, status);
     }
   }
-  return stopwatch.ElapsedSeconds() / kReferenceReads;
-}
+
+  std::string key_;
+  std::vector<double> allReads_;
+};
 
 // Every question the setup tool may ask of a host about a tool, asked whatever
 // the earlier answers were.
-void SurveyRound(const Selection& selection, Samples& samples) {
+void SurveyRound(const Selection& selection, ReferenceRead& reference, Samples& samples) {
   double total = 0;
   for (std::size_t index = 0; index < selection.hosts.size(); ++index) {
     const kvilhosts::HostExports& host = selection.hosts[index].exports;
+    const double unit = reference.Measure();
     const Stopwatch stopwatch;
     for (const std::int32_t kind : selection.kinds) {
       host.exist(kind, selection.lcid, 0, 0);
@@ -143,26 +162,27 @@ void SurveyRound(const Selection& selection, Samples& samples) {
       host.avail(kind, selection.lcid, 0, 0);
       host.check(kind, selection.lcid, 0, 0);
     }
-    const double seconds = stopwatch.ElapsedSeconds();
-    samples.survey[index].push_back(seconds);
-    total += seconds;
+    const double cost = ReadEquivalents(stopwatch.ElapsedSeconds(), unit);
+    samples.survey[index].push_back(cost);
+    total += cost;
   }
   samples.fullSurvey.push_back(total);
 }
 
 // Attach then Detach of each tool, each call timed alone; the detach puts the
 // host back for the next tool and the next round.
-void AttachRound(const Selection& selection, Samples& samples) {
+void AttachRound(const Selection& selection, ReferenceRead& reference, Samples& samples) {
   for (std::size_t index = 0; index < selection.hosts.size(); ++index) {
     const kvilhosts::HostExports& host = selection.hosts[index].exports;
+    const double unit = reference.Measure();
     for (const std::int32_t kind : selection.kinds) {
       const Stopwatch attachWatch;
       const kvil::HostResult answer = host.attach(kind, selection.lcid, 0, 0);
-      samples.attach[index][kind].push_back(attachWatch.ElapsedSeconds());
+      samples.attach[index][kind].push_back(ReadEquivalents(attachWatch.ElapsedSeconds(), unit));
       samples.attachAnswers[index][kind] = answer;
       const Stopwatch detachWatch;
       host.detach(kind, selection.lcid, 0, 0);
-      samples.detach[index][kind].push_back(detachWatch.ElapsedSeconds());
+      samples.detach[index][kind].push_back(ReadEquivalents(detachWatch.ElapsedSeconds(), unit));
     }
   }
 }
@@ -173,10 +193,10 @@ struct KindCost {
 };
 
 // The costliest tool of a host, in read-equivalents.
-KindCost Costliest(const Selection& selection, const KindSamples& samples, double reference) {
+KindCost Costliest(const Selection& selection, const KindSamples& samples) {
   KindCost costliest;
   for (const std::int32_t kind : selection.kinds) {
-    const double cost = ReadEquivalents(Median(samples[kind]), reference);
+    const double cost = Median(samples[kind]);
     if (cost >= costliest.cost) costliest = {cost, kind};
   }
   return costliest;
@@ -186,8 +206,8 @@ std::string TargetNote(double cost, double target) {
   return Format("(target %.0f%s)", target, cost > target ? ", above it" : "");
 }
 
-std::string FormatReport(const BenchOptions& options, const Selection& selection, const Samples& samples) {
-  const double reference = Median(samples.referenceRead);
+std::string FormatReport(const BenchOptions& options, const Selection& selection, const Samples& samples,
+                         double referenceSeconds) {
   const std::string firstKind(kvilhosts::kToolKindNames[selection.kinds.front()]);
   const std::string lastKind(kvilhosts::kToolKindNames[selection.kinds.back()]);
   std::string report;
@@ -195,7 +215,7 @@ std::string FormatReport(const BenchOptions& options, const Selection& selection
                    static_cast<int>(selection.lcid),
                    (firstKind == lastKind ? firstKind : firstKind + " to " + lastKind).c_str(), options.rounds,
                    options.rounds == 1 ? "" : "s");
-  report += Format("reference read (open, query, close of one value): %.1f us\n", reference * 1e6);
+  report += Format("reference read (open, query, close of one value): %.1f us\n", referenceSeconds * 1e6);
   if (!selection.notBuilt.empty()) {
     report += "not built, left out:";
     for (const std::string_view suffix : selection.notBuilt) {
@@ -205,14 +225,14 @@ std::string FormatReport(const BenchOptions& options, const Selection& selection
     report += "\n";
   }
 
-  const double fullSurvey = ReadEquivalents(Median(samples.fullSurvey), reference);
+  const double fullSurvey = Median(samples.fullSurvey);
   report += Format("\nsurvey: %zu suffixes x %zu tool kinds x Exist, Info, Avail, Check\n", selection.hosts.size(),
                    selection.kinds.size());
   report += Format("  full survey %12.0f read-equivalents %s\n", fullSurvey,
                    TargetNote(fullSurvey, kSurveyTarget).c_str());
   std::vector<std::pair<double, std::string_view>> bySuffix;
   for (std::size_t index = 0; index < selection.hosts.size(); ++index) {
-    bySuffix.emplace_back(ReadEquivalents(Median(samples.survey[index]), reference), selection.hosts[index].suffix);
+    bySuffix.emplace_back(Median(samples.survey[index]), selection.hosts[index].suffix);
   }
   std::stable_sort(bySuffix.begin(), bySuffix.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
   report += "  costliest suffixes:\n";
@@ -225,8 +245,8 @@ std::string FormatReport(const BenchOptions& options, const Selection& selection
   KindCost worst;
   std::string_view worstSuffix;
   for (std::size_t index = 0; index < selection.hosts.size(); ++index) {
-    const KindCost attach = Costliest(selection, samples.attach[index], reference);
-    const KindCost detach = Costliest(selection, samples.detach[index], reference);
+    const KindCost attach = Costliest(selection, samples.attach[index]);
+    const KindCost detach = Costliest(selection, samples.detach[index]);
     int done = 0;
     for (const auto& answer : samples.attachAnswers[index]) {
       if (answer && *answer != kvil::kHostNo && *answer != kvil::kNotApplicable) ++done;
@@ -256,7 +276,7 @@ int Run(const BenchOptions& options) {
   const kvil::machine::ScratchRegistry registry;
   const kvil::machine::ScratchFolder folder;
   const kvil::machine::InstalledProduct product = kvil::machine::InstallEveryHost(folder.path());
-  const std::string referenceKey = product.OptionsKey(product.options.languages.front());
+  ReferenceRead reference(product.OptionsKey(product.options.languages.front()));
 
   const std::string path = options.libraryPath.value_or(kvilhosts::DefaultLibraryPath());
   const kvilhosts::LoadResult library = kvilhosts::LoadHostLibrary(path);
@@ -268,13 +288,10 @@ int Run(const BenchOptions& options) {
 
   Samples samples(selection.hosts.size());
   for (int round = 0; round < options.rounds; ++round) {
-    samples.referenceRead.push_back(TimeReferenceRead(referenceKey));
-    SurveyRound(selection, samples);
-    samples.referenceRead.push_back(TimeReferenceRead(referenceKey));
-    AttachRound(selection, samples);
-    samples.referenceRead.push_back(TimeReferenceRead(referenceKey));
+    SurveyRound(selection, reference, samples);
+    AttachRound(selection, reference, samples);
   }
-  std::fputs(FormatReport(options, selection, samples).c_str(), stdout);
+  std::fputs(FormatReport(options, selection, samples, reference.OverallSeconds()).c_str(), stdout);
   return kExitSuccess;
 }
 
