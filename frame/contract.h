@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "export_scope.h"
 #include "host_contract.h"
 
 namespace kvil {
@@ -38,9 +39,11 @@ HostResult FormatInfoList(const char* applicationKey, const char* version, char*
 // reads it: the product version always comes from the registry.
 extern int g_setKvilVersion;
 
-// Runs an export body, turning anything thrown into the export's failure value.
+// Runs an export body within its export scope, turning anything thrown into the
+// export's failure value.
 template <typename Body>
 HostResult GuardExport(HostResult failure, Body&& body) noexcept {
+  const ExportScope scope;
   try {
     return body();
   } catch (...) {

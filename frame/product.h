@@ -21,6 +21,7 @@ const char* GetKvilVersionKey();
 const char* GetKvilVersionWord();
 
 // 1 when the product was installed for the 64-bit registry view ("Installing" = 64).
+// Read once per export, every time outside one.
 int IsRegistry64();
 
 // The product's folder (with its trailing backslash); *length holds the capacity
