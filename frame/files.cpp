@@ -9,6 +9,7 @@
 
 #include "bounded_text.h"
 #include "registry.h"
+#include "version_resource.h"
 
 namespace kvil {
 
@@ -49,14 +50,7 @@ std::string_view ListedKeyName(const char* line) {
 // The file's version resource, loaded whole.
 class VersionResource {
  public:
-  bool Load(const char* path) {
-    if (path == nullptr || !FileExists(path)) return false;
-    DWORD handle = 0;
-    DWORD size = GetFileVersionInfoSizeA(path, &handle);
-    if (size == 0) return false;
-    data_.assign(size, 0);
-    return GetFileVersionInfoA(path, 0, size, data_.data()) != FALSE;
-  }
+  bool Load(const char* path) { return path != nullptr && FileExists(path) && ReadVersionBlock(path, data_); }
 
   const VS_FIXEDFILEINFO* Fixed() const {
     void* info = nullptr;
