@@ -22,6 +22,7 @@
 #include "proofing.h"
 #include "records.h"
 #include "registry.h"
+#include "version_resource.h"
 
 namespace kvil {
 namespace {
@@ -124,13 +125,10 @@ class ClientProgram {
 // The major version of the program's product, from its fixed version
 // information; 0 when it has none.
 WORD ProductMajorVersion(const wchar_t* path) {
-  DWORD handle = 0;
-  const DWORD size = GetFileVersionInfoSizeW(path, &handle);
-  if (size == 0) return 0;
-  std::vector<BYTE> data(size);
+  std::vector<BYTE> data;
   VS_FIXEDFILEINFO* fixed = nullptr;
   UINT length = 0;
-  if (!GetFileVersionInfoW(path, 0, size, data.data()) ||
+  if (!ReadVersionBlock(path, data) ||
       !VerQueryValueW(data.data(), L"\\", reinterpret_cast<void**>(&fixed), &length) || fixed == nullptr ||
       length < sizeof *fixed) {
     return 0;
