@@ -96,7 +96,6 @@ struct Samples {
   explicit Samples(std::size_t hostCount)
       : survey(hostCount), attach(hostCount), detach(hostCount), attachAnswers(hostCount) {}
 
-  std::vector<double> fullSurvey;
   std::vector<std::vector<double>> survey;
   std::vector<KindSamples> attach;
   std::vector<KindSamples> detach;
@@ -149,7 +148,6 @@ class ReferenceRead {
 // Every question the setup tool may ask of a host about a tool, asked whatever
 // the earlier answers were.
 void SurveyRound(const Selection& selection, ReferenceRead& reference, Samples& samples) {
-  double total = 0;
   for (std::size_t index = 0; index < selection.hosts.size(); ++index) {
     const kvilhosts::HostExports& host = selection.hosts[index].exports;
     const double unit = reference.Measure();
@@ -162,11 +160,8 @@ void SurveyRound(const Selection& selection, ReferenceRead& reference, Samples& 
       host.avail(kind, selection.lcid, 0, 0);
       host.check(kind, selection.lcid, 0, 0);
     }
-    const double cost = ReadEquivalents(stopwatch.ElapsedSeconds(), unit);
-    samples.survey[index].push_back(cost);
-    total += cost;
+    samples.survey[index].push_back(ReadEquivalents(stopwatch.ElapsedSeconds(), unit));
   }
-  samples.fullSurvey.push_back(total);
 }
 
 // Attach then Detach of each tool, each call timed alone; the detach puts the
@@ -225,7 +220,10 @@ std::string FormatReport(const BenchOptions& options, const Selection& selection
     report += "\n";
   }
 
-  const double fullSurvey = Median(samples.fullSurvey);
+  // Each suffix's median, so that a burst of other work during one round of one
+  // host does not count.
+  double fullSurvey = 0;
+  for (const std::vector<double>& suffixSamples : samples.survey) fullSurvey += Median(suffixSamples);
   report += Format("\nsurvey: %zu suffixes x %zu tool kinds x Exist, Info, Avail, Check\n", selection.hosts.size(),
                    selection.kinds.size());
   report += Format("  full survey %12.0f read-equivalents %s\n", fullSurvey,
