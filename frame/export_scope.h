@@ -5,14 +5,33 @@
 // export, as the white-box tests call them, look everything up each time.
 #pragma once
 
+#include <windows.h>
+
 #include <optional>
+#include <string>
+#include <vector>
+
+#include "handles.h"
 
 namespace kvil {
+
+// A registry key the export has opened once and reads or writes again through
+// the same handle.
+struct SharedKey {
+  HKEY root;
+  std::string path;
+  REGSAM access;  // without the view flag
+  REGSAM view;
+  UniqueHKey key;
+};
 
 struct ExportLookups {
   // IsRegistry64's answer: no export writes "Installing", so it cannot change
   // while one runs.
   std::optional<int> registry64;
+  // Forgotten whenever the export deletes a key, so that no handle outlives the
+  // key it was opened on.
+  std::vector<SharedKey> keys;
 };
 
 // The lookups of the export now running; null outside an export.

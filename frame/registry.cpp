@@ -6,6 +6,7 @@
 #include <string>
 
 #include "bounded_text.h"
+#include "export_scope.h"
 #include "product.h"
 
 namespace kvil {
@@ -14,11 +15,85 @@ namespace {
 
 constexpr DWORD kExpandScratchCapacity = 260;
 
+constexpr std::size_t kMostSharedKeys = 32;
+
 bool IsTextType(DWORD type) { return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ; }
 
+// Only the predefined roots name the same key for the whole export; a handle a
+// caller opened may be closed and its value reused for another key.
+bool IsPredefinedRoot(HKEY root) {
+  return root == HKEY_LOCAL_MACHINE || root == HKEY_CURRENT_USER || root == HKEY_CLASSES_ROOT || root == HKEY_USERS;
+}
+
+char AsciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+// Key names ignore the case of letters; other characters must match exactly.
+bool SameKeyPath(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (AsciiLower(a[i]) != AsciiLower(b[i])) return false;
+  }
+  return true;
+}
+
+// The key one primitive works on: a handle of the export's, which stays open
+// for the export's next use of the same key, or one of its own, closed when it
+// is done. Outside an export nothing is shared.
+class PrimitiveKey {
+ public:
+  HKEY get() const { return shared_ != nullptr ? shared_ : owned_.get(); }
+
+  // The export's handle of the key when it allows access, else a new one.
+  LONG Open(HKEY root, const char* path, REGSAM access, REGSAM view) {
+    if (TakeShared(root, path, access, view)) return ERROR_SUCCESS;
+    const LONG status = RegOpenKeyExA(root, path, 0, access | view, owned_.put());
+    if (status == ERROR_SUCCESS) Share(root, path, access, view);
+    return status;
+  }
+  // Creates or opens the key for writing; a new key gets security.
+  LONG Create(HKEY root, const char* path, REGSAM view, SECURITY_ATTRIBUTES* security) {
+    const LONG status =
+        RegCreateKeyExA(root, path, 0, nullptr, 0, KEY_WRITE | view, security, owned_.put(), nullptr);
+    if (status == ERROR_SUCCESS) Share(root, path, KEY_WRITE, view);
+    return status;
+  }
+  // true when the export holds the key open with at least access.
+  bool TakeShared(HKEY root, const char* path, REGSAM access, REGSAM view) {
+    ExportLookups* lookups = CurrentExportLookups();
+    if (lookups == nullptr || path == nullptr || !IsPredefinedRoot(root)) return false;
+    for (const SharedKey& shared : lookups->keys) {
+      if (shared.root == root && shared.view == view && (shared.access & access) == access &&
+          SameKeyPath(shared.path, path)) {
+        shared_ = shared.key.get();
+        return true;
+      }
+    }
+    return false;
+  }
+
+ private:
+  void Share(HKEY root, const char* path, REGSAM access, REGSAM view) {
+    ExportLookups* lookups = CurrentExportLookups();
+    if (lookups == nullptr || path == nullptr || !IsPredefinedRoot(root) || lookups->keys.size() >= kMostSharedKeys) {
+      return;
+    }
+    shared_ = owned_.get();
+    lookups->keys.push_back(SharedKey{root, path, access, view, std::move(owned_)});
+  }
+
+  UniqueHKey owned_;
+  HKEY shared_ = nullptr;
+};
+
+// A deleted key takes its handles with it, and a key made again under the same
+// name is another key: every shared handle goes before anything is deleted.
+void ForgetSharedKeys() {
+  if (ExportLookups* lookups = CurrentExportLookups()) lookups->keys.clear();
+}
+
 bool KeyOpensForReading(HKEY root, const std::string& path, REGSAM view) {
-  UniqueHKey key;
-  return RegOpenKeyExA(root, path.c_str(), 0, KEY_READ | view, key.put()) == ERROR_SUCCESS;
+  PrimitiveKey key;
+  return key.Open(root, path.c_str(), KEY_READ, view) == ERROR_SUCCESS;
 }
 
 // Drops the last component (and trailing backslashes); false when nothing is left.
@@ -37,8 +112,8 @@ bool CutLastComponent(std::string& path) {
 // A fresh ACL (revision 2, same size) holding copies of the key's DACL entries;
 // null when the key has no DACL to copy.
 ACL* CopyKeyDacl(HKEY root, const std::string& path, REGSAM view) {
-  UniqueHKey key;
-  if (RegOpenKeyExA(root, path.c_str(), 0, KEY_READ | view, key.put()) != ERROR_SUCCESS) return nullptr;
+  PrimitiveKey key;
+  if (key.Open(root, path.c_str(), KEY_READ, view) != ERROR_SUCCESS) return nullptr;
   DWORD size = 0;
   if (RegGetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, nullptr, &size) != ERROR_INSUFFICIENT_BUFFER ||
       size == 0) {
@@ -74,11 +149,15 @@ ACL* CopyKeyDacl(HKEY root, const std::string& path, REGSAM view) {
 
 LONG SetValueWithView(HKEY root, const char* path, const char* name, DWORD type, const void* data, DWORD length,
                       REGSAM view) {
-  InheritedKeySecurity security(root, path, view);
-  UniqueHKey key;
-  LONG created = RegCreateKeyExA(root, path, 0, nullptr, 0, KEY_WRITE | view, security.Attributes(), key.put(),
-                                 nullptr);
-  if (created != ERROR_SUCCESS) return ERROR_SUCCESS;  // only failures of the value write are reported
+  PrimitiveKey key;
+  // A key the export already writes to exists: creating it again would only
+  // open it, with no access list to copy.
+  if (!key.TakeShared(root, path, KEY_WRITE, view)) {
+    InheritedKeySecurity security(root, path, view);
+    if (key.Create(root, path, view, security.Attributes()) != ERROR_SUCCESS) {
+      return ERROR_SUCCESS;  // only failures of the value write are reported
+    }
+  }
   return RegSetValueExA(key.get(), name, 0, type, static_cast<const BYTE*>(data), length);
 }
 
@@ -86,8 +165,8 @@ LONG GetValueWithView(HKEY root, const char* path, const char* name, char* buffe
                       REGSAM view) {
   if (buffer == nullptr || length == nullptr || *length == 0) return ERROR_INVALID_PARAMETER;
   const DWORD capacity = *length;
-  UniqueHKey key;
-  LONG status = RegOpenKeyExA(root, path, 0, KEY_QUERY_VALUE | view, key.put());
+  PrimitiveKey key;
+  LONG status = key.Open(root, path, KEY_QUERY_VALUE, view);
   if (status != ERROR_SUCCESS) return status;
 
   DWORD valueType = REG_NONE;
@@ -219,6 +298,7 @@ LONG RegOpenKeyView(HKEY root, const char* path, REGSAM access, UniqueHKey& key)
 
 LONG RegDeleteKeyTree(HKEY root, const char* path, int recursive) {
   const REGSAM view = RegistryView();
+  ForgetSharedKeys();
   UniqueHKey key;
   LONG status = RegOpenKeyExA(root, path, 0, KEY_QUERY_VALUE | KEY_SET_VALUE | KEY_ENUMERATE_SUB_KEYS | view,
                               key.put());
@@ -246,14 +326,15 @@ LONG RegDeleteKeyTree(HKEY root, const char* path, int recursive) {
 }
 
 LONG RegDeleteValueAt(HKEY root, const char* path, const char* name) {
-  UniqueHKey key;
-  LONG status = RegOpenKeyExA(root, path, 0, KEY_SET_VALUE | RegistryView(), key.put());
+  PrimitiveKey key;
+  LONG status = key.Open(root, path, KEY_SET_VALUE, RegistryView());
   if (status != ERROR_SUCCESS) return status;
   return RegDeleteValueA(key.get(), name);
 }
 
 int RegDeleteEmptyLeaf(HKEY root, char* path) {
   const REGSAM view = RegistryView();
+  ForgetSharedKeys();
   {
     UniqueHKey key;
     if (RegOpenKeyExA(root, path, 0, KEY_READ | view, key.put()) != ERROR_SUCCESS) return 0;
