@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -171,31 +172,45 @@ bool FindInstallerFolder(const QuarkHost& host, PathText& folder) {
   }
 }
 
-// QuarkXPress's folder, ending in its separator.
-bool FindQuarkFolder(const QuarkHost& host, PathText& folder) {
-  if (!RegReadString(HKEY_LOCAL_MACHINE, host.openCommandKey, nullptr, folder.data(), PathText::kCapacity)) {
+// QuarkXPress's folder, and the program found there when it is the folder of
+// the program the open command names: one search and one version read serve
+// every use an export makes of them.
+struct QuarkFolder {
+  PathText path;  // ends in its separator
+  std::optional<QuarkProgram> program;
+};
+
+// Before release 6 QuarkXPress lives in the folder of the program the open
+// command names; later releases in the folder the Installer registered.
+bool FindQuarkFolder(const QuarkHost& host, QuarkFolder& folder) {
+  PathText& path = folder.path;
+  if (!RegReadString(HKEY_LOCAL_MACHINE, host.openCommandKey, nullptr, path.data(), PathText::kCapacity)) {
     return false;
   }
-  StripQuotes(folder);
-  KeepFolder(folder);
+  StripQuotes(path);
+  KeepFolder(path);
   QuarkProgram program;
-  if (!ResolveProgram(host, folder.c_str(), program)) return false;
-  if (std::atoi(program.version.c_str()) < host.installerFolderFromMajor) return true;
-  if (!FindInstallerFolder(host, folder)) return false;
-  StripQuotes(folder);
+  if (!ResolveProgram(host, path.c_str(), program)) return false;
+  if (std::atoi(program.version.c_str()) < host.installerFolderFromMajor) {
+    folder.program = program;
+    return true;
+  }
+  if (!FindInstallerFolder(host, path)) return false;
+  StripQuotes(path);
   return true;
 }
 
-bool FindQuarkProgram(const QuarkHost& host, QuarkProgram& program) {
-  PathText folder;
-  return FindQuarkFolder(host, folder) && ResolveProgram(host, folder.c_str(), program);
+bool FindQuarkProgram(const QuarkHost& host, const QuarkFolder& folder, QuarkProgram& program) {
+  if (folder.program) {
+    program = *folder.program;
+    return true;
+  }
+  return ResolveProgram(host, folder.path.c_str(), program);
 }
 
 // The XTension folder, ending in its separator. A preference too long to read
 // is refused rather than replaced by the default folder.
-bool FindXTensionFolder(const QuarkHost& host, PathText& xtensionFolder) {
-  PathText folder;
-  if (!FindQuarkFolder(host, folder)) return false;
+bool FindXTensionFolder(const QuarkHost& host, const QuarkFolder& folder, PathText& xtensionFolder) {
   PathText name;
   DWORD length = PathText::kCapacity;
   DWORD type = REG_NONE;
@@ -203,7 +218,12 @@ bool FindXTensionFolder(const QuarkHost& host, PathText& xtensionFolder) {
                                         name.data(), &length, &type);
   if (status == ERROR_MORE_DATA) return false;
   if (status != ERROR_SUCCESS || (type != REG_SZ && type != REG_EXPAND_SZ)) name.Assign(host.defaultXTensionFolder);
-  return xtensionFolder.Format("%s%s\\", folder.c_str(), name.c_str());
+  return xtensionFolder.Format("%s%s\\", folder.path.c_str(), name.c_str());
+}
+
+bool XTensionFolderExists(const QuarkHost& host, const QuarkFolder& folder) {
+  PathText xtensions;
+  return FindXTensionFolder(host, folder, xtensions) && IsExistingFolder(xtensions.c_str());
 }
 
 bool StartupFolder(int lcid, PathText& folder) {
@@ -233,18 +253,18 @@ bool DeleteWhenPresent(const char* xtensionFolder, const char* file) {
   return DeleteFileA(path.c_str()) != 0;
 }
 
-bool InstallXTensions(const QuarkHost& host, int kind, int lcid) {
+bool InstallXTensions(const QuarkHost& host, const QuarkFolder& folder, int kind, int lcid) {
   PathText startup;
   PathText xtensions;
-  if (!StartupFolder(lcid, startup) || !FindXTensionFolder(host, xtensions)) return false;
+  if (!StartupFolder(lcid, startup) || !FindXTensionFolder(host, folder, xtensions)) return false;
   return CopyWhenMissing(startup.c_str(), xtensions.c_str(), XTensionFor(host, kind).file) &&
          CopyWhenMissing(startup.c_str(), xtensions.c_str(), host.sharedXTension);
 }
 
 // Only the tool's own removal counts; the shared XTension goes with the last tool.
-bool RemoveXTensions(const QuarkHost& host, int kind) {
+bool RemoveXTensions(const QuarkHost& host, const QuarkFolder& folder, int kind) {
   PathText xtensions;
-  if (!FindXTensionFolder(host, xtensions)) return false;
+  if (!FindXTensionFolder(host, folder, xtensions)) return false;
   const bool removed = DeleteWhenPresent(xtensions.c_str(), XTensionFor(host, kind).file);
   const XTension* other = OtherXTension(host, kind);
   if (other == nullptr || !ExistsIn(xtensions.c_str(), other->file)) {
@@ -255,11 +275,13 @@ bool RemoveXTensions(const QuarkHost& host, int kind) {
 
 // The record's values beyond the attachment: where the XTension went, and the
 // hyphenator's engine. Only the XTension's value decides the result.
-bool RecordXTension(const QuarkHost& host, const XTension& xtension, const char* recordKey, const char* startup,
-                    int lcid) {
+bool RecordXTension(const QuarkHost& host, const QuarkFolder& folder, const XTension& xtension,
+                    const char* recordKey, const char* startup, int lcid) {
   PathText xtensions;
   PathText placed;
-  if (!FindXTensionFolder(host, xtensions) || !placed.Format("%s%s", xtensions.c_str(), xtension.file)) return false;
+  if (!FindXTensionFolder(host, folder, xtensions) || !placed.Format("%s%s", xtensions.c_str(), xtension.file)) {
+    return false;
+  }
   const bool recorded =
       RegSetText(HKEY_LOCAL_MACHINE, recordKey, xtension.recordValue, placed.c_str()) == ERROR_SUCCESS;
   if (xtension.recordsEngine) {
@@ -276,13 +298,14 @@ bool RecordXTension(const QuarkHost& host, const XTension& xtension, const char*
 struct QuarkOps {
   static HostResult Exist(const QuarkHost& host, int kind, int, std::intptr_t, std::intptr_t) {
     if (auto refusal = RefuseKind(host.kinds, kind, 0)) return *refusal;
-    PathText xtensions;
-    return FindXTensionFolder(host, xtensions) && IsExistingFolder(xtensions.c_str()) ? 1 : 0;
+    QuarkFolder folder;
+    return FindQuarkFolder(host, folder) && XTensionFolderExists(host, folder) ? 1 : 0;
   }
 
   static HostResult Info(const QuarkHost& host, int, int, char* buffer, std::int32_t* length) {
+    QuarkFolder folder;
     QuarkProgram program;
-    if (!FindQuarkProgram(host, program)) return 0;
+    if (!FindQuarkFolder(host, folder) || !FindQuarkProgram(host, folder, program)) return 0;
     return FormatInfoList(program.applicationKey.c_str(), program.version.c_str(), buffer, length);
   }
 
@@ -303,18 +326,22 @@ struct QuarkOps {
     WorkBuffer startup;
     WorkBuffer recordKey;
     if (!startup.Allocate(kPathCapacity) || !recordKey.Allocate(kRecordKeyCapacity)) return 0;
+    QuarkFolder folder;
     QuarkProgram program;
     DWORD length = kPathCapacity;
-    if (!FindQuarkProgram(host, program) || !GetStartupDir(startup.data(), &length, lcid)) return 0;
+    if (!FindQuarkFolder(host, folder) || !FindQuarkProgram(host, folder, program) ||
+        !GetStartupDir(startup.data(), &length, lcid)) {
+      return 0;
+    }
 
     HostResult result = 0;
-    if (InstallXTensions(host, kind, lcid) &&
+    if (InstallXTensions(host, folder, kind, lcid) &&
         BuildRecordKey(recordKey.data(), kRecordKeyCapacity, program.applicationKey.c_str(), program.version.c_str(),
                        ToolKeyName(kind, kWord7Tree), lcid) &&
         WriteAttachRecordSaved(recordKey.data(), kind, lcid, 0, kWord7Tree) != 0) {
-      result = RecordXTension(host, XTensionFor(host, kind), recordKey.data(), startup.data(), lcid) ? 1 : 0;
+      result = RecordXTension(host, folder, XTensionFor(host, kind), recordKey.data(), startup.data(), lcid) ? 1 : 0;
     }
-    if (result == 0) RemoveXTensions(host, kind);
+    if (result == 0) RemoveXTensions(host, folder, kind);
     return result;
   }
 
@@ -322,24 +349,27 @@ struct QuarkOps {
   // Check goes on showing the XTension QuarkXPress still loads.
   static HostResult Detach(const QuarkHost& host, int kind, int lcid, std::intptr_t, std::intptr_t) {
     if (auto refusal = RefuseKind(host.kinds, kind, kNotApplicable)) return *refusal;
+    QuarkFolder folder;
     QuarkProgram program;
-    if (!FindQuarkProgram(host, program)) return 0;
+    if (!FindQuarkFolder(host, folder) || !FindQuarkProgram(host, folder, program)) return 0;
     const char* key = program.applicationKey.c_str();
     const char* version = program.version.c_str();
     const int cleared = SetAttachedFlag(kind, lcid, key, version, kWord7Tree, 0);
-    if (Exist(host, kind, lcid, 0, 0) == 0) return 1;
-    if (cleared && RemoveXTensions(host, kind)) return 1;
+    if (!XTensionFolderExists(host, folder)) return 1;
+    if (cleared && RemoveXTensions(host, folder, kind)) return 1;
     SetAttachedFlag(kind, lcid, key, version, kWord7Tree, 1);
     return 0;
   }
 
   static HostResult Check(const QuarkHost& host, int kind, int lcid, std::intptr_t, std::intptr_t) {
     if (auto refusal = RefuseKind(host.kinds, kind, kNotApplicable)) return *refusal;
+    QuarkFolder folder;
     QuarkProgram program;
-    if (!FindQuarkProgram(host, program)) return 0;
+    if (!FindQuarkFolder(host, folder) || !FindQuarkProgram(host, folder, program)) return 0;
     PathText xtensions;
     return CheckAttachedFlag(kind, lcid, program.applicationKey.c_str(), program.version.c_str(), kWord7Tree) != 0 &&
-                   FindXTensionFolder(host, xtensions) && ExistsIn(xtensions.c_str(), XTensionFor(host, kind).file) &&
+                   FindXTensionFolder(host, folder, xtensions) &&
+                   ExistsIn(xtensions.c_str(), XTensionFor(host, kind).file) &&
                    ExistsIn(xtensions.c_str(), host.sharedXTension)
                ? 1
                : 0;
