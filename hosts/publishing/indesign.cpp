@@ -198,9 +198,10 @@ struct AdobeOps {
     if (auto refusal = office::RefuseKind(kPluginKinds, kind, 0)) return *refusal;
     InstalledApplication application(*host.application);
     if (!application.FindFolder()) return 0;
-    // App Paths naming the program itself rather than its folder is not an installation.
+    // App Paths naming the program itself rather than its folder is not an
+    // installation. A folder is no program, so only another path is opened.
     DWORD binaryType = 0;
-    if (GetBinaryTypeA(application.folder(), &binaryType)) return 0;
+    if (!IsExistingFolder(application.folder()) && GetBinaryTypeA(application.folder(), &binaryType)) return 0;
     if (!application.ReadVersion()) return 0;
     const double version = application.versionNumber();
     return host.release->lowest <= version && version < host.release->below ? 1 : 0;
