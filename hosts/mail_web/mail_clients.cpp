@@ -120,13 +120,20 @@ bool FindProgram(const MailClient& client, PathText& program) {
          program.Format("%s\\%s", folder.c_str(), client.program);
 }
 
+// The program's own "major.minor"; empty when it carries no version.
+VersionText ReadProgramVersion(const PathText& program) {
+  VersionText version;
+  if (!GetShortFileVersion(program.c_str(), version.data(), VersionText::kCapacity)) version.Clear();
+  return version;
+}
+
+VersionText VersionOr(const VersionText& programVersion, const char* fallback) {
+  return programVersion.empty() ? VersionText(fallback) : programVersion;
+}
+
 // The program's "major.minor", or the fallback when it carries no version.
 VersionText ProgramVersion(const PathText& program, const char* fallback) {
-  VersionText version;
-  if (!GetShortFileVersion(program.c_str(), version.data(), VersionText::kCapacity) || version.empty()) {
-    version.Assign(fallback);
-  }
-  return version;
+  return VersionOr(ReadProgramVersion(program), fallback);
 }
 
 bool VersionAccepted(const MailClient& client, const VersionText& version) {
@@ -135,11 +142,11 @@ bool VersionAccepted(const MailClient& client, const VersionText& version) {
                                                           : first >= client.versionDigit;
 }
 
-bool WriteSuiteRecord(const MailClient& client, const PathText& program) {
+bool WriteSuiteRecord(const MailClient& client, const PathText& program, const VersionText& programVersion) {
   if (client.suiteName == nullptr) return true;
   RecordKeyText key;
   return key.Format("%s\\%s\\Products\\%s\\%s", kMakerRoot, GetKvilVersionKey(), client.applicationKey,
-                    ProgramVersion(program, client.suiteVersionFallback).c_str()) &&
+                    VersionOr(programVersion, client.suiteVersionFallback).c_str()) &&
          RegSetString(key.c_str(), "Path", program.c_str()) && RegSetString(key.c_str(), "Name", client.suiteName);
 }
 
@@ -188,11 +195,14 @@ struct MailClientOps {
     PathText program;
     AttachFiles files;
     if (!FindProgram(client, program) || !files.Allocate()) return 0;
-    const VersionText version = ProgramVersion(program, client.recordVersionFallback);
+    // One reading of the program serves the record and the suite record, each
+    // with its own fallback.
+    const VersionText programVersion = ReadProgramVersion(program);
+    const VersionText version = VersionOr(programVersion, client.recordVersionFallback);
     if (!files.BuildRecord({client.applicationKey, version.c_str(), kWord7Tree}, kind, lcid)) return 0;
 
     const bool attached =
-        WriteSuiteRecord(client, program) && files.Find(kind, lcid) &&
+        WriteSuiteRecord(client, program, programVersion) && files.Find(kind, lcid) &&
         RegisterProofingToolShared(ToolKeyName(kind, kWord7Tree), files.folder(), files.engine(), files.lexicon(),
                                    lcid) != 0 &&
         RegisterOfficeComponents(client, kind, lcid, files) &&
