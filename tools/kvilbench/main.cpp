@@ -239,7 +239,7 @@ std::string FormatReport(const BenchOptions& options, const Selection& selection
   }
 
   report += "\nattach then detach, each call alone, the costliest tool kind of each (read-equivalents):\n";
-  report += Format("  %-14s %8s  %-10s %8s  %s\n", "suffix", "attach", "tool", "detach", "attached");
+  report += Format("  %-14s %8s  %-10s %8s  %s\n", "suffix", "attach", "tool", "detach", "done");
   KindCost worst;
   std::string_view worstSuffix;
   for (std::size_t index = 0; index < selection.hosts.size(); ++index) {
