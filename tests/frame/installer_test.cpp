@@ -99,37 +99,31 @@ TEST_F(InstallerRedirection, WithoutAnyUsersComponentsTheLastUserIsTaken) {
 
 // The components a redirection on an empty Installer registry creates, each with
 // the row's product value; any other combination has no row and changes nothing.
-TEST_F(InstallerRedirection, TheComponentTableHasExactlyTheseRows) {
-  const char* ru2000 = kOffice2000RussianPacked;
-  const char* english = "F3BE92CC2CB71D119A12000A9CE1A22A";
+TEST_F(InstallerRedirection, TheComponentTableHasTheseRows) {
   const char* grammar = "24B871BFD5A13D117B180008F5B92568";
   const char* grammarLexicon = "4857C3C6DC6D2D117B870008F5A40D05";
-  const char* office2007On = "9040F10900063D11C8EF10054038389C";
   const struct {
     int kind, lcid, version;
     const char *engine, *lexicon, *valueName;
   } rows[] = {
-      {0, 1033, 9, english, "D3BE92CC2CB71D119A12000A9CE1A22A", ru2000},
-      {0, 2057, 9, english, "D3BE92CC2CB71D119A12000A9CE1A22A", ru2000},
-      {0, 3081, 9, english, "13608793E82C1D11FB5B000A9CF0828A", ru2000},
-      {0, 1049, 9, kRussianSpellerEngineComponent, kRussianSpellerLexiconComponent, ru2000},
-      {1, 1049, 9, grammar, grammarLexicon, ru2000},
+      {0, 2057, 9, "F3BE92CC2CB71D119A12000A9CE1A22A", "D3BE92CC2CB71D119A12000A9CE1A22A", kOffice2000RussianPacked},
+      {0, 3081, 9, "F3BE92CC2CB71D119A12000A9CE1A22A", "13608793E82C1D11FB5B000A9CF0828A", kOffice2000RussianPacked},
+      {1, 1049, 9, grammar, grammarLexicon, kOffice2000RussianPacked},
       {1, 1049, 10, grammar, grammarLexicon, "9040820300063D11C8EF00054038389C"},
       {1, 1049, 11, grammar, grammarLexicon, "9040110200063D11C8EF10054038389C"},
-      {1, 1049, 12, grammar, grammarLexicon, office2007On},
-      {1, 1049, 14, grammar, grammarLexicon, office2007On},
-      {1, 1049, 15, grammar, grammarLexicon, office2007On},
+      {1, 1049, 12, grammar, grammarLexicon, "9040F10900063D11C8EF10054038389C"},
+      {1, 1049, 14, grammar, grammarLexicon, "9040F10900063D11C8EF10054038389C"},
+      {1, 1049, 15, grammar, grammarLexicon, "9040F10900063D11C8EF10054038389C"},
   };
   RegDeleteTreeA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall");
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << row.kind << "/" << row.lcid << "/" << row.version);
     RegDeleteTreeA(HKEY_LOCAL_MACHINE, kInstaller);
     ASSERT_EQ(Redirect(0, row.kind, row.lcid, row.version), 1u);
-    EXPECT_EQ(SubkeyNames(HKEY_LOCAL_MACHINE, kPlainComponents).size(), 2u);
-    for (const char* component : {row.engine, row.lexicon}) {
-      EXPECT_EQ(ValueNames(HKEY_LOCAL_MACHINE, std::string(kPlainComponents) + "\\" + component),
-                std::vector<std::string>{row.valueName});
-    }
+    EXPECT_EQ(DescribeTree(HKEY_LOCAL_MACHINE, kPlainComponents),
+              (Values{{"", "key"}, {row.engine, "key"}, {row.lexicon, "key"},
+                      {std::string(row.engine) + ":" + row.valueName, Product("kvilsp3.dll")},
+                      {std::string(row.lexicon) + ":" + row.valueName, Product("SPRUNORM.LEX")}}));
   }
   RegDeleteTreeA(HKEY_LOCAL_MACHINE, kInstaller);
   const int missing[][3] = {{0, 1049, 10}, {0, 1058, 9}, {1, 1049, 13}, {1, 1058, 9}, {2, 1049, 9}, {3, 1049, 9}};
@@ -229,9 +223,9 @@ TEST_F(OfficeModules, TheProductOfVersion6AsksOffice2000AndTheSharedTreeOnly) {
   EXPECT_EQ(Find(0, 1033, 0), "C:\\Shared\\MSSP3EN.DLL");
 }
 
-TEST_F(OfficeModules, WithoutInstallerDataTheLexiconsAreNotFound) {
+TEST_F(OfficeModules, WithoutInstallerDataTheEnglishFilesAreNotFound) {
+  char buffer[260] = "untouched";
   for (int which : {0, 1}) {
-    char buffer[260] = "untouched";
     DWORD length = sizeof buffer;
     GetEngNLSModules(1049, buffer, &length, which);
     EXPECT_EQ(length, 0u) << which;
