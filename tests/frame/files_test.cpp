@@ -105,6 +105,7 @@ TEST_F(FilePrimitives, VersionResourcesTellTheProductsEnginesApart) {
       {"kvilsp3.dll", Stamp(8, 0, "Tervane", "8.0.1"), 1, 1, 1},
       {"kvilsp3.dll", Stamp(7, 5, "Tervane", "7.5"), 0, 1, 0},
       {"kvilsp3.dll", Stamp(6, 0, "Tervane", "6.0"), 0, 1, 0},
+      {"inhy32ru.dll", Stamp(6, 0, "Tervane", "6.0"), 1, 1, 0},
       {"INHY32UR.DLL", Stamp(6, 0, "Tervane", "6.0"), 1, 1, 0},
       {"inhy32ru.dll", Stamp(6, 1, "Tervane", "6.1"), 0, 1, 0},
       {"mssp3en.lex", Stamp(9, 0, "Microsoft Corporation", "9.0"), 1, 0, 0},

@@ -106,6 +106,7 @@ TEST_F(InstallerRedirection, TheComponentTableHasTheseRows) {
     int kind, lcid, version;
     const char *engine, *lexicon, *valueName;
   } rows[] = {
+      {0, 1033, 9, "F3BE92CC2CB71D119A12000A9CE1A22A", "D3BE92CC2CB71D119A12000A9CE1A22A", kOffice2000RussianPacked},
       {0, 2057, 9, "F3BE92CC2CB71D119A12000A9CE1A22A", "D3BE92CC2CB71D119A12000A9CE1A22A", kOffice2000RussianPacked},
       {0, 3081, 9, "F3BE92CC2CB71D119A12000A9CE1A22A", "13608793E82C1D11FB5B000A9CF0828A", kOffice2000RussianPacked},
       {1, 1049, 9, grammar, grammarLexicon, kOffice2000RussianPacked},

@@ -51,7 +51,7 @@ TEST_F(ProductLookup, UninstallDirKeepsItsTrailingBackslashOrLeavesTheBufferAlon
   ASSERT_EQ(GetUninstallDir(folder, &length), 1);
   EXPECT_STREQ(folder, "C:\\Program Files\\Kvil\\");
   EXPECT_EQ(length, 22u);
-  char small[10] = "untouched";
+  char small[22] = "untouched";  // no room for the terminator
   length = sizeof small;
   EXPECT_EQ(GetUninstallDir(small, &length), 0);
   EXPECT_STREQ(small, "untouched");

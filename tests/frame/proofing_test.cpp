@@ -47,6 +47,7 @@ TEST_F(ProofingRegistration, TheSharedRegistrationIsSavedOnceUnlessItIsTheProduc
     EXPECT_EQ(RegisterSpeller(startup_), 1);
     EXPECT_EQ(RegisterSpeller(startup_), 1);
     EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSharedSpelling), ProductSpeller());
+    EXPECT_EQ(ReadValue(HKEY_LOCAL_MACHINE, kSharedSpelling, "Engine"), SzValue(InStartup("kvilsp3.dll"), true));
     EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSavedSpelling), c.saved);
     EXPECT_EQ(KeyExists(HKEY_LOCAL_MACHINE, kSavedConnections), !c.saved.empty());
   }
@@ -141,6 +142,8 @@ TEST_F(OwnRegistration, HostValuesAreKeptOnceAndPutBack) {
   for (int time = 0; time < 2; ++time) {
     ASSERT_EQ(Write(), 1);
     EXPECT_EQ(DescribeValues(HKEY_CURRENT_USER, kKey), attached);
+    // The host's speller taken back meanwhile: the first backup still stays.
+    WriteText(HKEY_CURRENT_USER, kKey, "Engine", "C:\\WINWORD\\MSSP3_RU.DLL");
   }
   ASSERT_EQ(Restore(), 1);
   EXPECT_EQ(DescribeValues(HKEY_CURRENT_USER, kKey), host);

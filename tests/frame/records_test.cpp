@@ -65,6 +65,8 @@ TEST_F(AttachmentRecords, EachToolGetsItsOwnSetOfValues) {
               1);
     EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, key), c.expected);
   }
+  EXPECT_EQ(ReadValue(HKEY_LOCAL_MACHINE, Record("WINWORD", "Spelling", 1058), "Supplement dictionaries"),
+            SzValue("Normal", true));
 }
 
 TEST_F(AttachmentRecords, OriginalLanguageIsTheFirstEnglishRegistrationWithItsFiles) {
