@@ -6,7 +6,6 @@
 #include <string>
 
 #include "frame_test.h"
-#include "office.h"
 
 namespace kvil::test {
 namespace {
@@ -150,17 +149,6 @@ TEST_F(FilePrimitives, ProofingEngineCheckReadsTheRegistrationAndTheEngine) {
   EXPECT_EQ(CheckProofingEngine(HKEY_LOCAL_MACHINE, kSharedSpelling, 0), 1);
   WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, "Engine", foreign);
   EXPECT_EQ(CheckProofingEngine(HKEY_LOCAL_MACHINE, kSharedSpelling, 0), 0);
-}
-
-TEST_F(FilePrimitives, OfficeInstallRootFallsBackToCommonWhereAllowed) {
-  char root[260];
-  WriteText(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Office\\11.0\\Common\\InstallRoot", "Path", "C:\\Common\\");
-  EXPECT_EQ(GetOfficeInstallRoot(11, "Word", root, sizeof root, false), 0);
-  ASSERT_EQ(GetOfficeInstallRoot(11, "Word", root, sizeof root, true), 1);
-  EXPECT_STREQ(root, "C:\\Common\\");
-  WriteText(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Office\\11.0\\Word\\InstallRoot", "Path", "C:\\Office11\\");
-  ASSERT_EQ(GetOfficeInstallRoot(11, "Word", root, sizeof root, true), 1);
-  EXPECT_STREQ(root, "C:\\Office11\\");
 }
 
 }  // namespace

@@ -201,6 +201,8 @@ TEST_F(OfficeModules, EachOfficeIsAskedInTurn) {
 
   EXPECT_EQ(Find(0, 1033, 0), "C:\\O2000\\MSSP3EN.DLL");
   SetOfficeInstallRoot(15, "Common", "C:\\Office15\\");
+  char root[260];
+  EXPECT_EQ(GetOfficeInstallRoot(15, "Word", root, sizeof root, false), 0);  // the shared root only where allowed
   EXPECT_EQ(Find(0, 1033, 0), "C:\\Office15\\PROOF\\msspell7.dll");
   EXPECT_EQ(Find(0, 2057, 1), "C:\\Office15\\PROOF\\MSSP7EN.LEX");
   SetOfficeInstallRoot(15, "Word", "C:\\Word15\\");
