@@ -27,7 +27,6 @@
 #include "product_fixture.h"
 #include "registry_probe.h"
 #include "scratch_machine.h"
-#include "version_fixture.h"
 
 namespace kvil::test {
 namespace {
