@@ -333,6 +333,9 @@ TEST_F(ModernOffice, OfficesModuleIsNeverOverwrittenWithoutItsBackup) {
   const Files installed = FolderContents(OfficeFolder(14));
   EXPECT_EQ(detach(), 1u);  // nothing kept, nothing to put back
   EXPECT_EQ(attach(""), 0u);
+  CreateFolder(Backup(14));  // the backup's name taken by a folder: nothing can be kept
+  EXPECT_EQ(attach(startup_.c_str()), 0u);
+  RemoveDirectoryA(Backup(14).c_str());
   {
     // Office running: its module is open, shared for reading only.
     const UniqueFile inUse(
