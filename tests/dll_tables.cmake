@@ -1,14 +1,8 @@
 # Reads the built DLL's tables with objdump: it must import only Windows system
 # DLLs, and export exactly the names of the module-definition file, each by name.
-foreach(var DLL DEF OBJDUMP)
-  if(NOT ${var})
-    message(FATAL_ERROR "dll_tables: ${var} not set")
-  endif()
-endforeach()
-
 execute_process(COMMAND ${OBJDUMP} -p ${DLL} OUTPUT_VARIABLE dump RESULT_VARIABLE status)
-if(NOT status EQUAL 0)
-  message(FATAL_ERROR "objdump failed on ${DLL}")
+if(NOT DEF OR NOT status EQUAL 0)
+  message(FATAL_ERROR "dll_tables: cannot read '${DLL}' with '${OBJDUMP}' against '${DEF}'")
 endif()
 
 string(REGEX MATCHALL "DLL Name: [^\n]+" imports "${dump}")
@@ -21,9 +15,9 @@ foreach(line IN LISTS imports)
   endif()
 endforeach()
 
-# Exported names: the "[Ordinal/Name Pointer] Table" rows "[   n] Name".
+# Exported names: the "[Ordinal/Name Pointer] Table" rows "[   n] Name". Brackets
+# would upset CMake's list splitting, so the row prefixes go first.
 string(REGEX MATCH "\\[Ordinal/Name Pointer\\] Table[^\n]*\n(([ \t]+\\[[ 0-9]+\\] [^\n]+\n)*)" table "${dump}")
-# Brackets would upset CMake's list splitting: drop the "[   n] " row prefixes first.
 string(REGEX REPLACE "[ \t]*\\[[ 0-9]+\\] " "" names_text "${CMAKE_MATCH_1}")
 string(REGEX MATCHALL "[A-Za-z_][A-Za-z0-9_]*" exported "${names_text}")
 list(SORT exported)
@@ -42,7 +36,6 @@ foreach(line IN LISTS def_lines)
   endif()
 endforeach()
 list(SORT declared)
-
 if(NOT exported STREQUAL declared)
   message(FATAL_ERROR "exports differ from the module-definition file:\n  exported: ${exported}\n  declared: ${declared}")
 endif()
@@ -51,9 +44,8 @@ endif()
 string(REGEX MATCH "Export Address Table[ \t]+([0-9a-fA-F]+)\n" unused "${dump}")
 set(address_count "${CMAKE_MATCH_1}")
 string(REGEX MATCH "\\[Name Pointer/Ordinal\\] Table[ \t]+([0-9a-fA-F]+)" unused "${dump}")
-set(name_count "${CMAKE_MATCH_1}")
-if(NOT address_count OR NOT address_count STREQUAL name_count)
-  message(FATAL_ERROR "export table has ${address_count} addresses but ${name_count} names")
+if(NOT address_count OR NOT address_count STREQUAL "${CMAKE_MATCH_1}")
+  message(FATAL_ERROR "export table has ${address_count} addresses but ${CMAKE_MATCH_1} names")
 endif()
 list(LENGTH declared declared_count)
 message(STATUS "kvilintg.dll: ${declared_count} named exports; imports: ${imports}")

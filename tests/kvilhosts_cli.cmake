@@ -4,7 +4,11 @@
 # (Unknown is always available, the Editor exists but finds no product files, the
 # Office hosts find no Office, and nothing can be attached).
 #
-#   cmake -DCASE=<name> -DTOOL=<kvilhosts.exe> -DEMULATOR=<wine-run> -P kvilhosts_cli.cmake
+#   cmake -DCASE=<name> -DTOOL=<kvilhosts.exe> -DEMULATOR=<wine-run> -DDEMO=<kvildemo.exe>
+#         -DWINESERVER=<wineserver> -DWORK_DIR=<dir> -P kvilhosts_cli.cmake
+#
+# The journal and round-trip cases need hosts to change: each seeds a demo
+# machine of its own, a fresh prefix under WORK_DIR, kept when the case fails.
 
 foreach(required CASE TOOL EMULATOR)
   if(NOT DEFINED ${required})
@@ -12,16 +16,26 @@ foreach(required CASE TOOL EMULATOR)
   endif()
 endforeach()
 
-# Sets exit_code, stdout and stderr (with Windows line ends folded) in the caller.
-function(run_tool)
-  execute_process(COMMAND ${EMULATOR} ${TOOL} ${ARGN}
-                  RESULT_VARIABLE exit_code OUTPUT_VARIABLE out ERROR_VARIABLE err)
+# Runs a Windows program; sets exit_code, stdout and stderr (with Windows line
+# ends folded) in the caller. The output goes through files: a wineserver that
+# the run starts, and the services it starts, inherit the run's handles and
+# would hold a pipe open for seconds after the program has ended.
+function(run_program)
+  file(MAKE_DIRECTORY "${WORK_DIR}")
+  execute_process(COMMAND ${EMULATOR} ${ARGN} RESULT_VARIABLE code
+                  OUTPUT_FILE "${WORK_DIR}/${CASE}.out" ERROR_FILE "${WORK_DIR}/${CASE}.err")
+  file(READ "${WORK_DIR}/${CASE}.out" out)
+  file(READ "${WORK_DIR}/${CASE}.err" err)
   string(REPLACE "\r\n" "\n" out "${out}")
   string(REPLACE "\r\n" "\n" err "${err}")
-  set(exit_code "${exit_code}" PARENT_SCOPE)
+  set(exit_code "${code}" PARENT_SCOPE)
   set(stdout "${out}" PARENT_SCOPE)
   set(stderr "${err}" PARENT_SCOPE)
 endfunction()
+
+macro(run_tool)
+  run_program(${TOOL} ${ARGN})
+endmacro()
 
 function(fail what)
   message(FATAL_ERROR "${CASE}: ${what}\n--- exit ${exit_code}\n--- stdout\n${stdout}\n--- stderr\n${stderr}")
@@ -37,6 +51,60 @@ function(expect_text stream expected)
   if(NOT "${${stream}}" STREQUAL "${expected}")
     fail("${stream} differs from:\n${expected}")
   endif()
+endfunction()
+
+# The demo machine of a journal or round-trip case, a prefix that every later
+# run of the case uses.
+set(prefix "${WORK_DIR}/${CASE}-prefix")
+
+function(remove_prefix)
+  if(EXISTS "${prefix}")
+    foreach(option -k -w)
+      execute_process(COMMAND ${CMAKE_COMMAND} -E env WINEPREFIX=${prefix} ${WINESERVER} ${option}
+                      OUTPUT_QUIET ERROR_QUIET)
+    endforeach()
+  endif()
+  file(REMOVE_RECURSE "${prefix}")
+  file(REMOVE "${prefix}.lock")
+endfunction()
+
+macro(seed_demo_machine)
+  remove_prefix()
+  set(ENV{KVIL_WINEPREFIX} "${prefix}")
+  run_program(${DEMO} seed)
+  expect_exit(0)
+endmacro()
+
+# One whole line of stdout, given literally or, with REGEX, as a pattern.
+function(expect_line line)
+  if(ARGV1 STREQUAL "REGEX")
+    if(NOT "\n${stdout}" MATCHES "\n${line}\n")
+      fail("no line matches:\n${line}")
+    endif()
+  else()
+    string(FIND "\n${stdout}" "\n${line}\n" at)
+    if(at EQUAL -1)
+      fail("no line reads:\n${line}")
+    endif()
+  endif()
+endfunction()
+
+# A round trip that leaves only what the host is documented to keep: that many
+# differences, each marked expected, among them the lines given literally (LINE)
+# or as patterns (PATTERN).
+function(expect_roundtrip host differences)
+  cmake_parse_arguments(expected "" "" "LINE;PATTERN" ${ARGN})
+  string(REPLACE " " ";" arguments "${host}")
+  run_tool(roundtrip ${arguments})
+  expect_exit(0)
+  expect_text(stderr "")
+  expect_line("${differences} differences after detach: ${differences} documented, 0 unexpected")
+  foreach(line IN LISTS expected_LINE)
+    expect_line("${line}")
+  endforeach()
+  foreach(pattern IN LISTS expected_PATTERN)
+    expect_line("${pattern}" REGEX)
+  endforeach()
 endfunction()
 
 # Cases whose whole output is known:
@@ -296,6 +364,131 @@ elseif(CASE STREQUAL "list_json")
       fail("${unbuilt_suffix} ${member} is ${type}, expected null")
     endif()
   endforeach()
+
+elseif(CASE STREQUAL "journal_usage")
+  # The journal and the round trip refuse bad input before the library is
+  # loaded, as the other commands do:  <arguments>|<the one line on stderr>
+  set(refusals
+    "attach|ww999|speller|ru|--journal|unknown host suffix 'ww999'"
+    "detach|WW80|grammar8|ru|--journal|--json|unknown tool 'grammar8'"
+    "attach|WW80|speller|1050|--journal|unknown language '1050'"
+    "roundtrip|ww999|speller|ru|unknown host suffix 'ww999'"
+    "roundtrip|Editor|4|ru|unknown tool '4'"
+    "roundtrip|Editor|speller|1050|unknown language '1050'"
+    "roundtrip|Editor|speller|roundtrip needs SUFFIX TOOL LANG"
+    "check|Editor|speller|ru|--journal|--journal belongs to attach and detach, not check"
+    "attach|Editor|speller|ru|--json|--json belongs to list and to --journal, not attach"
+  )
+  foreach(row IN LISTS refusals)
+    string(REPLACE "|" ";" arguments "${row}")
+    list(POP_BACK arguments message)
+    run_tool(${arguments})
+    expect_exit(2)
+    expect_text(stdout "")
+    expect_text(stderr "kvilhosts: ${message}\n")
+  endforeach()
+
+elseif(CASE STREQUAL "journal_word97")
+  seed_demo_machine()
+  # Word 97's Russian speller over Office's own registration, as the record and
+  # registration tests of the Office 97 family set it up.
+  file(WRITE "${prefix}/drive_c/foreign.reg" [=[Windows Registry Editor Version 5.00
+
+[HKEY_LOCAL_MACHINE\SOFTWARE\Microsoft\Shared Tools\Proofing Tools\Spelling\1049\Normal]
+"Engine"="C:\\Program Files\\Microsoft Office\\Office\\MSSP2_RU.DLL"
+"Dictionary"="C:\\Program Files\\Microsoft Office\\Office\\MSSP2_RU.LEX"
+]=])
+  run_program(reg import [[C:\foreign.reg]])
+  expect_exit(0)
+
+  # Every key and value the attach adds or changes, in the order it does so.
+  set(kvil [[HKLM\SOFTWARE\Tervane\Kvil\8.0]])
+  set(saved [[HKLM\SOFTWARE\Tervane\Kvil\8.0\Saved connections\Spelling\1049\Normal]])
+  set(shared [[HKLM\SOFTWARE\Microsoft\Shared Tools\Proofing Tools\Spelling\1049\Normal]])
+  set(office [[C:\Program Files\Microsoft Office\Office]])
+  set(record [[HKLM\SOFTWARE\Tervane\Kvil\8.0\Products\WINWORD\8.0\Spelling\1049]])
+  string(CONFIGURE [=[AttachWW80(0, 1049) = 0x00000001 (1): done
+create key @kvil@\Saved connections
+create key @kvil@\Saved connections\Spelling
+create key @kvil@\Saved connections\Spelling\1049
+create key @saved@
+set @saved@ "Dictionary" REG_SZ: (none) -> "@office@\MSSP2_RU.LEX"
+set @saved@ "Engine" REG_SZ: (none) -> "@office@\MSSP2_RU.DLL"
+set @shared@ "Dictionary" REG_SZ: "@office@\MSSP2_RU.LEX" -> "C:\Program Files\Kvil\SPRUNORM.LEX"
+set @shared@ "Engine" REG_SZ: "@office@\MSSP2_RU.DLL" -> "C:\Program Files\Kvil\kvilsp3.dll"
+create key @kvil@\Products
+create key @kvil@\Products\WINWORD
+create key @kvil@\Products\WINWORD\8.0
+create key @kvil@\Products\WINWORD\8.0\Spelling
+create key @record@
+set @record@ "Learning" REG_DWORD: (none) -> 1
+set @record@ "StrictYO" REG_DWORD: (none) -> 1
+set @record@ "Original LID" REG_DWORD: (none) -> 1033
+set @record@ "Action" REG_DWORD: (none) -> 1
+set @record@ "Attached" REG_DWORD: (none) -> 1
+set @record@ "Supplement dictionaries" REG_SZ: (none) -> "Normal"
+]=] attach_journal @ONLY)
+  run_tool( attach WW80 speller ru --journal)
+  expect_exit(0)
+  expect_text(stderr "")
+  expect_text(stdout "${attach_journal}")
+
+  # Detach clears the flag and nothing else; as JSON, stdout is the array alone.
+  run_tool( detach WW80 speller ru --journal --json)
+  expect_exit(0)
+  expect_text(stderr "DetachWW80(0, 1049) = 0x00000001 (1): done\n")
+  expect_text(stdout [=[[
+  {"change":"set value","key":"HKLM\\SOFTWARE\\Tervane\\Kvil\\8.0\\Products\\WINWORD\\8.0\\Spelling\\1049","value":"Attached","old":{"type":"REG_DWORD","data":1},"new":{"type":"REG_DWORD","data":0}}
+]
+]=])
+
+  # A journal whose reader has gone: the attach does all it does without one.
+  # Each detach's journal shows the flag and CorelDRAW's module the attach left.
+  execute_process(COMMAND ${EMULATOR} ${TOOL} attach CDRW60 speller ru --journal
+                  COMMAND ${CMAKE_COMMAND} -E true
+                  RESULTS_VARIABLE exit_code ERROR_FILE "${WORK_DIR}/${CASE}.err")
+  file(READ "${WORK_DIR}/${CASE}.err" stderr)
+  expect_exit("0;0")
+  expect_text(stderr "kvilhosts: cannot write the journal to standard output\n")
+  foreach(journal_of_attach IN ITEMS "closed pipe" "none")
+    run_tool( detach CDRW60 speller ru --journal --json)
+    expect_exit(0)
+    expect_text(stdout [=[[
+  {"change":"set value","key":"HKLM\\SOFTWARE\\Tervane\\Kvil\\8.0\\Products\\CORELDRW\\6.0\\Spelling\\1049","value":"Attached","old":{"type":"REG_DWORD","data":1},"new":{"type":"REG_DWORD","data":0}},
+  {"change":"move file","from":"C:\\Corel60\\Programs\\cdrtpr60.org","to":"C:\\Corel60\\Programs\\cdrtpr60.dll","replaced":true}
+]
+]=])
+    if(journal_of_attach STREQUAL "closed pipe")
+      run_tool( attach CDRW60 speller ru)
+      expect_exit(0)
+    endif()
+  endforeach()
+  remove_prefix()
+
+elseif(CASE STREQUAL "roundtrip_demo_hosts")
+  seed_demo_machine()
+  # Each family's demo host; the mail client speaks Ukrainian, so that its shared
+  # registration is its own and not the one Word 97 left.
+  expect_roundtrip("Editor speller ru" 11 PATTERN [[expected: C:\\ProgramData\\Microsoft\\Windows\\Start Menu\\Programs\\Kvil\\Kvil Editor\.lnk: file of [0-9]+ bytes -> \(none\) \(the Editor's detach moves its Start-menu shortcut into the start-up folder, and attach never moves it back\)]])
+  expect_roundtrip("WW80 speller ru" 10 LINE [[expected: HKLM\SOFTWARE\Microsoft\Shared Tools\Proofing Tools\Spelling\1049\Normal "Engine": (none) -> REG_SZ "C:\Program Files\Kvil\kvilsp3.dll" (detach leaves the shared proofing registration naming the product)]]
+                                              [[expected: HKLM\SOFTWARE\Tervane\Kvil\8.0\Products\WINWORD\8.0\Spelling\1049 "Attached": (none) -> REG_DWORD 0 (detach clears the attachment record's flag)]])
+  expect_roundtrip("WW90 speller ru" 10 LINE [[expected: HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Installer\UserData\S-1-5-18\Components\CEF3839E23492D1109A00008F5B92110 "914000001E872D116BF00006799C897E": REG_SZ "C:\Program Files\Common Files\Microsoft Shared\Proof\MSSP3RU.DLL" -> REG_SZ "C:\Program Files\Kvil\kvilsp3.dll" (detach leaves Office's Installer components naming the product, their former paths saved beside them)]])
+  expect_roundtrip("WW14 grammar ru" 16 PATTERN [[expected: C:\\Program Files\\Microsoft Office\\Office14\\msproof7\.dll: file of [0-9]+ bytes -> file of [0-9]+ bytes, other content \(Office's proofing-tool module is put back by DetachOffice12, 14 or 15, not by the host's detach\)]])
+  expect_roundtrip("CDRW60 speller ru" 8 LINE [[expected: HKLM\SOFTWARE\Tervane\Kvil\8.0\Products\CORELDRW\6.0\Spelling\1049 "Engine": (none) -> REG_SZ "cdrtpr60.org" (the attachment record keeps its options after detach)]])
+  expect_roundtrip("InDesign8 speller ru" 14 PATTERN [[expected: C:\\Program Files\\Adobe\\Adobe InDesign CS6\\Plug-ins\\Tervane\\KVILSpeller\.pln: \(none\) -> file of [0-9]+ bytes \(the plug-in stays until RemoveInDesign or RemoveInCopyPln\)]])
+  expect_roundtrip("LibreOffice4 speller ru" 8 LINE [[expected: HKLM\SOFTWARE\Tervane\Kvil\8.0\Products\SOFFICE\4.1 "Name": (none) -> REG_SZ "Libre Office 4.1" (the application record stays after detach)]])
+  expect_roundtrip("FireFox20 speller ru" 7 LINE [[expected: HKLM\SOFTWARE\Tervane\Kvil\9.0\Products\FIREFOX\2.0\Spelling\1049 "Attached": (none) -> REG_DWORD 1 (Firefox files its options under product 9.0, where detach does not clear them)]])
+  expect_roundtrip("WLMail8 speller uk" 9 LINE [[expected: HKLM\SOFTWARE\Microsoft\Shared Tools\Proofing Tools\Spelling\1058\Normal "Engine": (none) -> REG_SZ "C:\Program Files\Kvil\kvilsp3.dll" (detach leaves the shared proofing registration naming the product)]])
+
+  # A backup someone else left: attach keeps it, detach puts it in place of
+  # CorelDRAW's own module, and the round trip says that was not to be.
+  file(WRITE "${prefix}/drive_c/Corel60/Programs/cdrtpr60.org" "stale")
+  run_tool(roundtrip CDRW60 speller ru)
+  expect_exit(1)
+  expect_line([[unexpected: C:\\Corel60\\Programs\\cdrtpr60\.dll: file of [0-9]+ bytes -> file of 5 bytes]] REGEX)
+  expect_line([[unexpected: C:\Corel60\Programs\cdrtpr60.org: file of 5 bytes -> (none)]])
+  expect_line("2 differences after detach: 0 documented, 2 unexpected")
+  remove_prefix()
 
 else()
   message(FATAL_ERROR "unknown case '${CASE}'")

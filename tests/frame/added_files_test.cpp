@@ -13,10 +13,10 @@
 namespace kvil::test {
 namespace {
 
-using Lines = std::vector<std::wstring>;
-
 constexpr CLSID kDomDocument30 = {0xF6D90F11, 0x9C73, 0x11D3, {0xB3, 0x2E, 0x00, 0xC0, 0x4F, 0x99, 0x0B, 0xB4}};
 constexpr IID kIXMLDOMDocument2 = {0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
+
+using Lines = std::vector<std::wstring>;
 
 // "name attribute=value ..." for a node, attributes in document order.
 std::wstring Describe(IXMLDOMNode& node) {
@@ -62,106 +62,86 @@ Lines ReadListFile(const std::string& path) {
   return lines;
 }
 
+std::wstring File(const std::wstring& fullPath, const std::wstring& name) {
+  return L"file fullpath=" + fullPath + L" name=" + name;
+}
+
 using AddedFiles = FrameTest;
 
-TEST_F(AddedFiles, KeepsFirstAdditionsInOrderAndIgnoresShortPaths) {
+TEST_F(AddedFiles, KeepsFirstAdditionsInOrderUpToSixtyFour) {
+  const std::string longPath = "C:\\" + std::string(297, 'x');
   AddedFilesList list;
-  for (const char* path : {"C:\\Tools\\b.dll", "C:\\Tools\\a.dll", "C:\\Tools\\b.dll", "C:\\TOOLS\\b.dll",
-                           "C:\\abc.dll", "", static_cast<const char*>(nullptr), "C:\\abcd.dll"}) {
+  for (const char* path : {"C:\\Tools\\b.dll", "C:\\Tools\\a.dll", "C:\\Tools\\b.dll", "C:\\TOOLS\\b.dll", "C:\\abc.dll",
+                           "", static_cast<const char*>(nullptr), "C:\\abcd.dll", longPath.c_str(), longPath.c_str()}) {
     list.Add(path);
   }
-  ASSERT_EQ(list.size(), 4u);
-  EXPECT_EQ(list[0], "C:\\Tools\\b.dll");
-  EXPECT_EQ(list[1], "C:\\Tools\\a.dll");
-  EXPECT_EQ(list[2], "C:\\TOOLS\\b.dll");  // case counts
-  EXPECT_EQ(list[3], "C:\\abcd.dll");      // 11 characters is long enough; 10 is not
-}
+  // Case counts; 11 characters is long enough, 10 is not; a long path is cut to 259.
+  const std::vector<std::string> expected{"C:\\Tools\\b.dll", "C:\\Tools\\a.dll", "C:\\TOOLS\\b.dll", "C:\\abcd.dll",
+                                          longPath.substr(0, 259)};
+  ASSERT_EQ(list.size(), expected.size());
+  for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(list[i], expected[i]) << i;
 
-TEST_F(AddedFiles, LongPathIsCutTo259CharactersAndListedOnce) {
-  const std::string path = "C:\\" + std::string(297, 'x');
-  AddedFilesList list;
-  list.Add(path.c_str());
-  list.Add(path.c_str());
-  ASSERT_EQ(list.size(), 1u);
-  EXPECT_EQ(list[0], path.substr(0, 259));
-}
-
-TEST_F(AddedFiles, SixtyFourPathsAreKeptAndFurtherOnesRefused) {
-  AddedFilesList list;
   for (int i = 0; i <= 64; ++i) list.Add(("C:\\Tools\\module" + std::to_string(i) + ".dll").c_str());
-  list.Add("C:\\Tools\\module0.dll");
   ASSERT_EQ(list.size(), 64u);
-  EXPECT_EQ(list[0], "C:\\Tools\\module0.dll");
-  EXPECT_EQ(list[63], "C:\\Tools\\module63.dll");
+  EXPECT_EQ(list[63], "C:\\Tools\\module58.dll");
 }
 
-TEST_F(AddedFiles, SaveWritesFullPathAndNameOfEachFile) {
-  AddedFilesList list;
-  list.Add("C:\\Windows\\kvil4ooo-kvil.uno.dll");
-  list.Add("C:\\Program Files\\x\\README");
-  list.Add("C:\\Programme\\Caf\xE9\\kvilsp3.dll");
-  list.SaveToXml(folder().path().c_str());
-  EXPECT_EQ(ReadListFile(folder().Join("addfiles.xml")),
-            (Lines{L"files", L"file fullpath=C:\\Windows\\kvil4ooo-kvil.uno.dll name=kvil4ooo-kvil.uno.dll",
-                   L"file fullpath=C:\\Program Files\\x\\README name=README.",
-                   L"file fullpath=C:\\Programme\\Caf\u00E9\\kvilsp3.dll name=kvilsp3.dll"}));
-  EXPECT_EQ(list.size(), 0u);
-}
-
-TEST_F(AddedFiles, SaveAppendsAfterTheElementsOfAnExistingFile) {
-  WriteFile(folder().Join("addfiles.xml"),
-            "<?xml version=\"1.0\"?>\r\n<files><file fullpath=\"C:\\Old\\one.dll\" name=\"one.dll\"/>"
-            "<file fullpath=\"C:\\Tools\\b.dll\" name=\"b.dll\"/></files>\r\n");
-  AddedFilesList list;
-  list.Add("C:\\Tools\\b.dll");
-  list.SaveToXml(folder().path().c_str());
-  EXPECT_EQ(ReadListFile(folder().Join("addfiles.xml")),
-            (Lines{L"files", L"file fullpath=C:\\Old\\one.dll name=one.dll",
-                   L"file fullpath=C:\\Tools\\b.dll name=b.dll", L"file fullpath=C:\\Tools\\b.dll name=b.dll"}));
-}
-
-TEST_F(AddedFiles, SaveWithoutAdditionsWritesAnEmptyList) {
-  AddedFilesList().SaveToXml(folder().path().c_str());
-  EXPECT_EQ(ReadListFile(folder().Join("addfiles.xml")), Lines{L"files"});
+TEST_F(AddedFiles, SaveMergesIntoTheListFileAndEmptiesTheList) {
+  const std::string file = folder().Join("addfiles.xml");
+  const struct {
+    const char* what;
+    const char* existing;  // null: no list file yet
+    std::vector<const char*> paths;
+    Lines expected;
+  } cases[] = {
+      {"a new file", nullptr,
+       {"C:\\Windows\\kvil4ooo-kvil.uno.dll", "C:\\Program Files\\x\\README", "C:\\Programme\\Caf\xE9\\kvilsp3.dll"},
+       {L"files", File(L"C:\\Windows\\kvil4ooo-kvil.uno.dll", L"kvil4ooo-kvil.uno.dll"),
+        File(L"C:\\Program Files\\x\\README", L"README."), File(L"C:\\Programme\\Caf\u00E9\\kvilsp3.dll", L"kvilsp3.dll")}},
+      {"appended after the file's elements, listed or not",
+       "<?xml version=\"1.0\"?>\r\n<files><file fullpath=\"C:\\Old\\one.dll\" name=\"one.dll\"/>"
+       "<file fullpath=\"C:\\Tools\\b.dll\" name=\"b.dll\"/></files>\r\n",
+       {"C:\\Tools\\b.dll"},
+       {L"files", File(L"C:\\Old\\one.dll", L"one.dll"), File(L"C:\\Tools\\b.dll", L"b.dll"),
+        File(L"C:\\Tools\\b.dll", L"b.dll")}},
+      {"nothing added", nullptr, {}, {L"files"}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    DeleteFileA(file.c_str());
+    if (c.existing != nullptr) WriteFile(file, c.existing);
+    AddedFilesList list;
+    for (const char* path : c.paths) list.Add(path);
+    list.SaveToXml(folder().path().c_str());
+    EXPECT_EQ(ReadListFile(file), c.expected);
+    EXPECT_EQ(list.size(), 0u);
+  }
 }
 
 TEST_F(AddedFiles, SaveThatCannotWriteLeavesEverythingAsItWas) {
   constexpr char kUnparsable[] = "<?xml version=\"1.0\"?>\r\n<files><file fullpath=\"C:\\a.dll\"</files>";
   WriteFile(folder().Join("addfiles.xml"), kUnparsable);
-  struct Case {
+  const struct {
     std::string folder;
     std::size_t sizeAfter;  // a save that took the folder empties the list
-  };
-  const Case cases[] = {
+  } cases[] = {
       {folder().path(), 0},           // unparsable list file
       {folder().Join("missing"), 0},  // no such folder
       {"C:\\windows", 1},             // 10 characters: not a folder name
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.folder);
+  for (const auto& c : cases) {
     AddedFilesList list;
     list.Add("C:\\Tools\\b.dll");
     list.SaveToXml(c.folder.c_str());
-    EXPECT_EQ(list.size(), c.sizeAfter);
+    EXPECT_EQ(list.size(), c.sizeAfter) << c.folder;
   }
-  AddedFilesList().SaveToXml(nullptr);
   EXPECT_EQ(ReadFileBytes(folder().Join("addfiles.xml")), kUnparsable);
   EXPECT_FALSE(FileExists(folder().Join("missing\\addfiles.xml")));
   EXPECT_FALSE(FileExists("C:\\windows\\addfiles.xml"));
 }
 
-TEST_F(AddedFiles, AdditionAfterSaveStartsNewList) {
-  CreateFolder(folder().Join("second"));
-  AddedFilesList list;
-  list.Add("C:\\Tools\\a.dll");
-  list.SaveToXml(folder().path().c_str());
-  list.Add("C:\\Tools\\b.dll");
-  list.SaveToXml(folder().Join("second").c_str());
-  EXPECT_EQ(ReadListFile(folder().Join("second\\addfiles.xml")),
-            (Lines{L"files", L"file fullpath=C:\\Tools\\b.dll name=b.dll"}));
-}
-
-// The setup program's view: the two exports share one list for the process.
+// The setup program's view: the two exports share one list for the process, and
+// a file announced after a save starts a new list.
 using AddedFilesExports = LibraryTest;
 
 TEST_F(AddedFilesExports, AnnouncedFilesAreSavedOnce) {
@@ -169,13 +149,17 @@ TEST_F(AddedFilesExports, AnnouncedFilesAreSavedOnce) {
   auto save = reinterpret_cast<void (*)(const char*)>(dll().Find("extSaveToXml"));
   ASSERT_NE(add, nullptr);
   ASSERT_NE(save, nullptr);
-  add("C:\\Tools\\b.dll");
+  const std::string second = folder().Join("second");
+  CreateFolder(second);
+  add("C:\\Tools\\a.dll");
   add(nullptr);
-  add("C:\\Tools\\b.dll");
+  add("C:\\Tools\\a.dll");
   save(nullptr);
   save(folder().path().c_str());
-  EXPECT_EQ(ReadListFile(folder().Join("addfiles.xml")),
-            (Lines{L"files", L"file fullpath=C:\\Tools\\b.dll name=b.dll"}));
+  add("C:\\Tools\\b.dll");
+  save(second.c_str());
+  EXPECT_EQ(ReadListFile(folder().Join("addfiles.xml")), (Lines{L"files", File(L"C:\\Tools\\a.dll", L"a.dll")}));
+  EXPECT_EQ(ReadListFile(second + "\\addfiles.xml"), (Lines{L"files", File(L"C:\\Tools\\b.dll", L"b.dll")}));
 }
 
 }  // namespace

@@ -7,30 +7,29 @@
 namespace kvil {
 namespace {
 
-TEST(BoundedText, FormatCutsAtCapacityAndAlwaysTerminates) {
+TEST(BoundedText, WritesStopAtCapacityAndAlwaysTerminate) {
   char buffer[8];
   std::memset(buffer, 'x', sizeof buffer);
   EXPECT_FALSE(FormatBounded(buffer, 6, "%s\\%d", "Kvil", 1049));
-  EXPECT_STREQ(buffer, "Kvil\\");
-  EXPECT_EQ(buffer[6], 'x');  // nothing written past the given capacity
+  EXPECT_EQ(std::string(buffer, 8), std::string("Kvil\\\0xx", 8));
   EXPECT_TRUE(FormatBounded(buffer, sizeof buffer, "%d.0", 8));
   EXPECT_STREQ(buffer, "8.0");
+
+  char list[8] = "Normal";
+  EXPECT_FALSE(AppendBounded(list, sizeof list, ",MED"));
+  EXPECT_STREQ(list, "Normal,");
+  char unterminated[4] = {'a', 'b', 'c', 'd'};
+  EXPECT_FALSE(AppendBounded(unterminated, sizeof unterminated, "e"));
+  EXPECT_EQ(std::string(unterminated, 4), std::string("abc\0", 4));
 }
 
-TEST(BoundedText, AppendStopsAtCapacityAndRepairsAnUnterminatedBuffer) {
-  char buffer[8] = "Normal";
-  EXPECT_FALSE(AppendBounded(buffer, sizeof buffer, ",MED"));
-  EXPECT_STREQ(buffer, "Normal,");
-  char full[4] = {'a', 'b', 'c', 'd'};
-  EXPECT_FALSE(AppendBounded(full, sizeof full, "e"));
-  EXPECT_EQ(full[3], '\0');
-}
-
-TEST(BoundedText, FixedTextReportsWhetherTheTextFitted) {
-  FixedText<6> text;
-  EXPECT_TRUE(text.Assign("Kvil"));
-  EXPECT_FALSE(text.Append("\\8.0"));
-  EXPECT_EQ(text.view(), "Kvil\\");
+TEST(BoundedText, JoinPathSeparatesOnceAndRefusesWhatDoesNotFit) {
+  FixedText<14> path;
+  EXPECT_TRUE(JoinPath(path, "C:\\Kvil", "a.dll"));
+  EXPECT_EQ(path.view(), "C:\\Kvil\\a.dll");
+  EXPECT_TRUE(JoinPath(path, "C:\\Kvil\\", "a.dll"));
+  EXPECT_EQ(path.view(), "C:\\Kvil\\a.dll");
+  EXPECT_FALSE(JoinPath(path, "C:\\Kvil", "ab.dll"));
 }
 
 }  // namespace

@@ -12,67 +12,64 @@ namespace kvil::test {
 namespace {
 
 using ModuleReplacement = FrameTest;
+using Contents = std::optional<std::string>;  // nullopt: no such file
 
-// A host's module, its backup and the product's module as they stand before a
-// replacement, and what the replacement leaves; nullopt: no such file.
-struct ReplaceCase {
-  const char* what;
-  std::optional<std::string> host, backup;
-  bool result;
-  std::optional<std::string> hostAfter, backupAfter;
-};
+// The host's module held open the way a running host holds it: no one may write it.
+UniqueFile HoldOpen(const std::string& path) {
+  return UniqueFile(CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+}
 
 TEST_F(ModuleReplacement, TheHostsOwnFileIsKeptOnceBeforeItIsOverwritten) {
-  const std::string product = "product module";
-  const ReplaceCase cases[] = {
-      {"first replacement", "host module", std::nullopt, true, product, "host module"},
-      {"a backup is never overwritten", "host module v2", "host module", true, product, "host module"},
-      {"the product's module is not kept as the host's", product, std::nullopt, true, product, std::nullopt},
-      {"no host module: nothing to keep", std::nullopt, std::nullopt, true, product, std::nullopt},
+  const std::string host = folder().Join("host.dll");
+  const std::string backup = folder().Join("host.org");
+  const std::string product = folder().Join("product.dll");
+  auto contents = [](const std::string& path) { return FileExists(path) ? Contents(ReadFileBytes(path)) : Contents(); };
+  const struct {
+    const char* what;
+    Contents host, backup, product;
+    bool hostHeldOpen, result;
+    Contents hostAfter, backupAfter;
+  } cases[] = {
+      {"first replacement", "host", {}, "product", false, true, "product", "host"},
+      {"a backup is never overwritten", "host v2", "host", "product", false, true, "product", "host"},
+      {"the product's module is not kept as the host's", "product", {}, "product", false, true, "product", {}},
+      {"no host module: nothing to keep", {}, {}, "product", false, true, "product", {}},
+      {"no product module: nothing is touched", "host", {}, {}, false, false, "host", {}},
+      {"a host module in use stays, with no backup left", "host", {}, "product", true, false, "host", {}},
   };
-  const std::string hostPath = folder().Join("host.dll");
-  const std::string backupPath = folder().Join("host.org");
-  const std::string productPath = folder().Join("product.dll");
-  WriteFile(productPath, product);
-  for (const ReplaceCase& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    DeleteFileA(hostPath.c_str());
-    DeleteFileA(backupPath.c_str());
-    if (c.host) WriteFile(hostPath, *c.host);
-    if (c.backup) WriteFile(backupPath, *c.backup);
-    EXPECT_EQ(ReplaceHostModule(hostPath.c_str(), backupPath.c_str(), productPath.c_str()), c.result);
-    EXPECT_EQ(FileExists(hostPath) ? std::optional(ReadFileBytes(hostPath)) : std::nullopt, c.hostAfter);
-    EXPECT_EQ(FileExists(backupPath) ? std::optional(ReadFileBytes(backupPath)) : std::nullopt, c.backupAfter);
+    for (const std::string* path : {&host, &backup, &product}) DeleteFileA(path->c_str());
+    if (c.host) WriteFile(host, *c.host);
+    if (c.backup) WriteFile(backup, *c.backup);
+    if (c.product) WriteFile(product, *c.product);
+    {
+      const UniqueFile inUse = c.hostHeldOpen ? HoldOpen(host) : UniqueFile();
+      EXPECT_EQ(ReplaceHostModule(host.c_str(), backup.c_str(), product.c_str()), c.result);
+    }
+    EXPECT_EQ(contents(host), c.hostAfter);
+    EXPECT_EQ(contents(backup), c.backupAfter);
   }
-  // Without the product's module nothing is touched.
-  DeleteFileA(productPath.c_str());
-  WriteFile(hostPath, "host module");
-  DeleteFileA(backupPath.c_str());
-  EXPECT_FALSE(ReplaceHostModule(hostPath.c_str(), backupPath.c_str(), productPath.c_str()));
-  EXPECT_EQ(ReadFileBytes(hostPath), "host module");
-  EXPECT_FALSE(FileExists(backupPath));
 }
 
 TEST_F(ModuleReplacement, RestoreMovesTheBackupBackOrLeavesBothAsTheyWere) {
-  const std::string hostPath = folder().Join("host.dll");
-  const std::string backupPath = folder().Join("host.org");
-  WriteFile(hostPath, "product module");
-  EXPECT_TRUE(RestoreHostModule(hostPath.c_str(), backupPath.c_str()));
-  EXPECT_EQ(ReadFileBytes(hostPath), "product module");
+  const std::string host = folder().Join("host.dll");
+  const std::string backup = folder().Join("host.org");
+  WriteFile(host, "product");
+  EXPECT_TRUE(RestoreHostModule(host.c_str(), backup.c_str()));
+  EXPECT_EQ(ReadFileBytes(host), "product");
 
-  WriteFile(backupPath, "host module");
+  WriteFile(backup, "host");
   {
-    const UniqueFile inUse(
-        CreateFileA(hostPath.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
-    ASSERT_TRUE(inUse);
-    EXPECT_FALSE(RestoreHostModule(hostPath.c_str(), backupPath.c_str()));
+    const UniqueFile inUse = HoldOpen(host);
+    EXPECT_FALSE(RestoreHostModule(host.c_str(), backup.c_str()));
   }
-  EXPECT_EQ(ReadFileBytes(hostPath), "product module");
-  EXPECT_EQ(ReadFileBytes(backupPath), "host module");
+  EXPECT_EQ(ReadFileBytes(host), "product");
+  EXPECT_EQ(ReadFileBytes(backup), "host");
 
-  EXPECT_TRUE(RestoreHostModule(hostPath.c_str(), backupPath.c_str()));
-  EXPECT_EQ(ReadFileBytes(hostPath), "host module");
-  EXPECT_FALSE(FileExists(backupPath));
+  EXPECT_TRUE(RestoreHostModule(host.c_str(), backup.c_str()));
+  EXPECT_EQ(ReadFileBytes(host), "host");
+  EXPECT_FALSE(FileExists(backup));
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <map>
 #include <string>
 
 #include "frame_test.h"
@@ -11,119 +10,101 @@
 namespace kvil::test {
 namespace {
 
-using Values = std::map<std::string, std::string>;
-
-constexpr const char kSharedSpelling[] = "SOFTWARE\\Microsoft\\Shared Tools\\Proofing Tools\\Spelling\\1049\\Normal";
+constexpr const char kSavedConnections[] = "SOFTWARE\\Tervane\\Kvil\\8.0\\Saved connections";
 constexpr const char kSavedSpelling[] = "SOFTWARE\\Tervane\\Kvil\\8.0\\Saved connections\\Spelling\\1049\\Normal";
 
-class ProofingRegistration : public FrameTest {
+class ProofingRegistration : public InstalledFrameTest {
  protected:
-  void SetUp() override {
-    FrameTest::SetUp();
-    InstallDefaultProduct();
-    startup_ = product().StartupDir(1049);
+  int RegisterSpeller(const std::string& folder) const {
+    return RegisterProofingToolShared("Spelling", folder.c_str(), "kvilsp3.dll", "SPRUNORM.LEX", 1049);
   }
-  std::string InStartup(const std::string& file) const { return startup_ + "\\" + file; }
-  int RegisterSpeller() const {
-    return RegisterProofingToolShared("Spelling", startup_.c_str(), "kvilsp3.dll", "SPRUNORM.LEX", 1049);
+  Values Registration(const std::string& engine, const std::string& dictionary) const {
+    return {{"Engine", "sz:" + engine}, {"Dictionary", "sz:" + dictionary}};
   }
-  Values ProductSpeller() const {
-    return {{"Engine", "sz:" + InStartup("kvilsp3.dll")}, {"Dictionary", "sz:" + InStartup("SPRUNORM.LEX")}};
-  }
-
-  std::string startup_;
+  Values ProductSpeller() const { return Registration(InStartup("kvilsp3.dll"), InStartup("SPRUNORM.LEX")); }
 };
 
-TEST_F(ProofingRegistration, WithoutARegistrationAnEmptyOneIsSavedFirst) {
-  EXPECT_EQ(RegisterSpeller(), 1);
-  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSharedSpelling), ProductSpeller());
-  EXPECT_EQ(ReadValue(HKEY_LOCAL_MACHINE, kSharedSpelling, "Engine"), SzValue(InStartup("kvilsp3.dll"), true));
-  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSavedSpelling), (Values{{"Engine", "sz:"}, {"Dictionary", "sz:"}}));
+// The shared registration as it stood before two attaches, and the backup they
+// leave: the first foreign registration, once; none for the product's own.
+TEST_F(ProofingRegistration, TheSharedRegistrationIsSavedOnceUnlessItIsTheProducts) {
+  std::string upperEngine = InStartup("KVILSP3.DLL");
+  for (char& c : upperEngine) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  const struct {
+    const char* what;
+    Values before;
+    Values saved;  // empty: no backup key at all
+  } cases[] = {
+      {"none", {}, Registration("", "")},
+      {"a foreign engine with the product's lexicon", Registration("C:\\MSOffice\\MSSP2_RU.DLL", InStartup("SPRUNORM.LEX")),
+       Registration("C:\\MSOffice\\MSSP2_RU.DLL", InStartup("SPRUNORM.LEX"))},
+      {"the product's own in another case", Registration(upperEngine, InStartup("sprunorm.lex")), {}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    RegDeleteTreeA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Shared Tools");
+    RegDeleteTreeA(HKEY_LOCAL_MACHINE, kSavedConnections);
+    for (const auto& [name, value] : c.before) WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, name, value.substr(3));
+    EXPECT_EQ(RegisterSpeller(startup_), 1);
+    EXPECT_EQ(RegisterSpeller(startup_), 1);
+    EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSharedSpelling), ProductSpeller());
+    EXPECT_EQ(ReadValue(HKEY_LOCAL_MACHINE, kSharedSpelling, "Engine"), SzValue(InStartup("kvilsp3.dll"), true));
+    EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSavedSpelling), c.saved);
+    EXPECT_EQ(KeyExists(HKEY_LOCAL_MACHINE, kSavedConnections), !c.saved.empty());
+  }
 }
 
-TEST_F(ProofingRegistration, AForeignRegistrationIsSavedOnceTheProductHoldsTheKey) {
-  WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, "Engine", "C:\\MSOffice\\MSSP2_RU.DLL");
-  WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, "Dictionary", InStartup("SPRUNORM.LEX"));
-  ASSERT_EQ(RegisterSpeller(), 1);
-  const Values foreign{{"Engine", "sz:C:\\MSOffice\\MSSP2_RU.DLL"}, {"Dictionary", "sz:" + InStartup("SPRUNORM.LEX")}};
-  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSavedSpelling), foreign);
-  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSharedSpelling), ProductSpeller());
-
-  // Attaching again finds the product's own registration and keeps the first backup.
-  ASSERT_EQ(RegisterSpeller(), 1);
-  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSavedSpelling), foreign);
-}
-
-TEST_F(ProofingRegistration, TheProductsOwnRegistrationInAnotherCaseIsNotSaved) {
-  std::string engine = InStartup("KVILSP3.DLL");
-  std::string lexicon = InStartup("sprunorm.lex");
-  for (char& c : engine) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, "Engine", engine);
-  WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, "Dictionary", lexicon);
-  ASSERT_EQ(RegisterSpeller(), 1);
-  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, "SOFTWARE\\Tervane\\Kvil\\8.0\\Saved connections"));
-  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSharedSpelling), ProductSpeller());
-}
-
-TEST_F(ProofingRegistration, AFailedBackupReportsSuccessWithoutWriting) {
+TEST_F(ProofingRegistration, PathsThatDoNotFitWriteNoRegistration) {
+  // A backup key that does not fit: reported as success, nothing written.
   const std::string longTool(240, 'T');
   EXPECT_EQ(RegisterProofingToolShared(longTool.c_str(), startup_.c_str(), "kvilsp3.dll", "SPRUNORM.LEX", 1049), 1);
-  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Shared Tools\\Proofing Tools\\" + longTool));
-}
-
-TEST_F(ProofingRegistration, AFolderTooDeepForItsFilesKeepsTheRegistrationAndFails) {
-  WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, "Engine", "C:\\MSOffice\\MSSP2_RU.DLL");
-  WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, "Dictionary", "C:\\MSOffice\\MSSP2_RU.LEX");
-  const Values foreign = DescribeValues(HKEY_LOCAL_MACHINE, kSharedSpelling);
-  const std::string deep = "C:\\" + std::string(250, 'x');
-  EXPECT_EQ(RegisterProofingToolShared("Spelling", deep.c_str(), "kvilsp3.dll", "SPRUNORM.LEX", 1049), 0);
+  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Shared Tools"));
+  // A folder too deep for its files: the foreign registration is kept, and saved.
+  const Values foreign = Registration("C:\\MSOffice\\MSSP2_RU.DLL", "C:\\MSOffice\\MSSP2_RU.LEX");
+  for (const auto& [name, value] : foreign) WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, name, value.substr(3));
+  EXPECT_EQ(RegisterSpeller("C:\\" + std::string(250, 'x')), 0);
   EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSharedSpelling), foreign);
   EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSavedSpelling), foreign);
 }
 
-TEST_F(ProofingRegistration, LeavesFollowTheStyleTable) {
+TEST_F(ProofingRegistration, LeavesFollowTheStyleTableAndFoldersAreJoinedAsTheyAre) {
   const std::string prefix = "SOFTWARE\\Tervane\\Kvil\\8.0\\Proofing Tools\\Spelling";
-  EXPECT_EQ(WriteProofingValues(HKEY_LOCAL_MACHINE, prefix.c_str(), "e.dll", "d.lex", 13, 1049),
-            ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(WriteProofingValues(HKEY_LOCAL_MACHINE, prefix.c_str(), "e.dll", "d.lex", -1, 1049),
-            ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(WriteProofingValues(HKEY_LOCAL_MACHINE, prefix.c_str(), "e.dll", "d.lex", 13, 1049), ERROR_INVALID_PARAMETER);
   EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, prefix));
   EXPECT_EQ(WriteProofingValues(HKEY_LOCAL_MACHINE, prefix.c_str(), "e.dll", "d.lex", 7, 1058), ERROR_SUCCESS);
-  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, prefix + "\\1058\\Medical"),
-            (Values{{"Engine", "sz:e.dll"}, {"Dictionary", "sz:d.lex"}}));
-  const char* leaves[] = {"Normal",    "Biological", "Business", "Chemistry", "Computers", "Humanitarian", "Legal",
-                          "Medical",   "Religion",   "Science",  "Technical", "Concise",   "Complete"};
-  for (int index = 0; index < 13; ++index) EXPECT_STREQ(ProofingLeafName(index), leaves[index]);
-}
+  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, prefix + "\\1058\\Medical"), Registration("e.dll", "d.lex"));
+  EXPECT_STREQ(ProofingLeafName(0), "Normal");
+  EXPECT_STREQ(ProofingLeafName(12), "Complete");
+  EXPECT_EQ(ProofingLeafName(-1), nullptr);
 
-TEST_F(ProofingRegistration, AFolderEndingInABackslashIsJoinedAsItIs) {
-  const std::string folderWithSlash = startup_ + "\\";
-  EXPECT_EQ(RegisterProofingTool(HKEY_LOCAL_MACHINE, kSharedProofingTree, folderWithSlash.c_str(), "Thesaurus",
-                                 "KVILTH32.DLL", "thrunorm.lex", 1049),
+  EXPECT_EQ(RegisterProofingTool(HKEY_LOCAL_MACHINE, kSharedProofingTree, (startup_ + "\\").c_str(), "Spelling",
+                                 "kvilsp3.dll", "SPRUNORM.LEX", 1049),
             ERROR_SUCCESS);
-  EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Shared Tools\\Proofing Tools\\Thesaurus\\1049\\Normal",
-                     "Engine"),
-            startup_ + "\\\\KVILTH32.DLL");
+  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, kSharedSpelling),
+            Registration(startup_ + "\\\\kvilsp3.dll", startup_ + "\\\\SPRUNORM.LEX"));
 }
 
 TEST_F(ProofingRegistration, AvailabilityFindsBothFilesInTheFolderAlone) {
-  char folder[260];
-  std::strcpy(folder, startup_.c_str());
-  EXPECT_EQ(AvailFiles(folder, "kvilsp3.dll", "SPRUNORM.LEX", "Spelling", 1049, 0), 1);
-  EXPECT_STREQ(folder, InStartup("SPRUNORM.LEX").c_str());
-
-  std::strcpy(folder, startup_.c_str());
-  EXPECT_EQ(AvailFiles(folder, "kvilsp3.dll", "SPENNORM.LEX", "Spelling", 1033, 0), 0);
-  EXPECT_STREQ(folder, (startup_ + "\\").c_str());
-
-  std::strcpy(folder, startup_.c_str());
-  EXPECT_EQ(AvailFiles(folder, "notepad.exe", "SPRUNORM.LEX", "Spelling", 1049, 0), 0);  // not on a search path
-  EXPECT_STREQ(folder, startup_.c_str());
+  const struct {
+    const char* engine;
+    const char* lexicon;
+    int result;
+    std::string folderAfter;
+  } cases[] = {
+      {"kvilsp3.dll", "SPRUNORM.LEX", 1, InStartup("SPRUNORM.LEX")},
+      {"kvilsp3.dll", "SPENNORM.LEX", 0, startup_ + "\\"},
+      {"notepad.exe", "SPRUNORM.LEX", 0, startup_},  // not on a search path
+  };
+  for (const auto& c : cases) {
+    char folder[260];
+    std::strcpy(folder, startup_.c_str());
+    EXPECT_EQ(AvailFiles(folder, c.engine, c.lexicon, "Spelling", 1049, 0), c.result) << c.engine << " " << c.lexicon;
+    EXPECT_EQ(folder, c.folderAfter);
+  }
 }
 
 TEST_F(ProofingRegistration, AvailabilityCanRequireAUsableSharedRegistration) {
-  char folder[260];
   auto avail = [&] {
+    char folder[260];
     std::strcpy(folder, startup_.c_str());
     return AvailFiles(folder, "kvilsp3.dll", "SPRUNORM.LEX", "Spelling", 1049, 1);
   };
@@ -133,24 +114,12 @@ TEST_F(ProofingRegistration, AvailabilityCanRequireAUsableSharedRegistration) {
   EXPECT_EQ(avail(), 0);
   WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, "Dictionary", InStartup("SPRUNORM.LEX"));
   EXPECT_EQ(avail(), 1);
+  // Only a REG_SZ counts as registered.
+  WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, "Dictionary", InStartup("SPRUNORM.LEX"), REG_EXPAND_SZ);
+  EXPECT_EQ(avail(), 0);
+  WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, "Dictionary", InStartup("SPRUNORM.LEX"));
   WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, "Engine", "");
   EXPECT_EQ(avail(), 0);
-}
-
-TEST_F(ProofingRegistration, RegisteredValuesMustBeNonEmptyRegSz) {
-  WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, "Engine", "C:\\e.dll");
-  WriteText(HKEY_LOCAL_MACHINE, kSharedSpelling, "Dictionary", "C:\\d.lex", REG_EXPAND_SZ);
-  char value[260];
-  DWORD length = sizeof value;
-  EXPECT_TRUE(GetRegisteredProofingValue(HKEY_LOCAL_MACHINE, kSharedProofingTree, "Spelling", 1049, "Normal",
-                                         "Engine", value, &length));
-  EXPECT_STREQ(value, "C:\\e.dll");
-  length = sizeof value;
-  EXPECT_FALSE(GetRegisteredProofingValue(HKEY_LOCAL_MACHINE, kSharedProofingTree, "Spelling", 1049, "Normal",
-                                          "Dictionary", value, &length));
-  length = sizeof value;
-  EXPECT_FALSE(GetRegisteredProofingValue(HKEY_LOCAL_MACHINE, kSharedProofingTree, "Grammar", 1049, "Normal",
-                                          "Engine", value, &length));
 }
 
 class OwnRegistration : public ProofingRegistration {
@@ -165,32 +134,30 @@ class OwnRegistration : public ProofingRegistration {
 };
 
 TEST_F(OwnRegistration, HostValuesAreKeptOnceAndPutBack) {
-  WriteText(HKEY_CURRENT_USER, kKey, "Engine", "C:\\WINWORD\\MSSP_RU.DLL");
-  WriteText(HKEY_CURRENT_USER, kKey, "Dictionary", "C:\\WINWORD\\MSSP_RU.LEX");
-  const Values host = DescribeValues(HKEY_CURRENT_USER, kKey);
-  ASSERT_EQ(Write(), 1);
+  const Values host = Registration("C:\\WINWORD\\MSSP_RU.DLL", "C:\\WINWORD\\MSSP_RU.LEX");
+  for (const auto& [name, value] : host) WriteText(HKEY_CURRENT_USER, kKey, name, value.substr(3));
   Values attached = ProductSpeller();
   attached["Saved by Kvil 8:Engine"] = "sz:C:\\WINWORD\\MSSP_RU.DLL";
   attached["Saved by Kvil 8:Dictionary"] = "sz:C:\\WINWORD\\MSSP_RU.LEX";
-  EXPECT_EQ(DescribeValues(HKEY_CURRENT_USER, kKey), attached);
-  ASSERT_EQ(Write(), 1);
-  EXPECT_EQ(DescribeValues(HKEY_CURRENT_USER, kKey), attached);
-
+  for (int time = 0; time < 2; ++time) {
+    ASSERT_EQ(Write(), 1);
+    EXPECT_EQ(DescribeValues(HKEY_CURRENT_USER, kKey), attached);
+    // The host's speller taken back meanwhile: the first backup still stays.
+    WriteText(HKEY_CURRENT_USER, kKey, "Engine", "C:\\WINWORD\\MSSP3_RU.DLL");
+  }
   ASSERT_EQ(Restore(), 1);
   EXPECT_EQ(DescribeValues(HKEY_CURRENT_USER, kKey), host);
 }
 
-TEST_F(OwnRegistration, ProductValuesWithoutBackupGoWithTheirKey) {
+TEST_F(OwnRegistration, OnlyTheProductsValuesGoAndTheirKeyWithThem) {
   CreateKey(HKEY_CURRENT_USER, std::string(kBase) + "\\Spelling\\1033\\Normal");
   ASSERT_EQ(Write(), 1);
   EXPECT_EQ(DescribeValues(HKEY_CURRENT_USER, kKey), ProductSpeller());
   ASSERT_EQ(Restore(), 1);
-  EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, std::string(kBase) + "\\Spelling\\1049"));
-  EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, std::string(kBase) + "\\Spelling\\1033\\Normal"));
+  EXPECT_EQ(SubkeyNames(HKEY_CURRENT_USER, std::string(kBase) + "\\Spelling"), std::vector<std::string>{"1033"});
   EXPECT_EQ(Restore(), 1);  // nothing left to restore
-}
 
-TEST_F(OwnRegistration, ForeignValueWithoutBackupStaysAndOnlyTheProductsGoes) {
+  // A foreign value without backup stays.
   WriteText(HKEY_CURRENT_USER, kKey, "Engine", InStartup("kvilsp3.dll"));
   WriteText(HKEY_CURRENT_USER, kKey, "Dictionary", "C:\\Custom\\user.lex");
   WriteText(HKEY_CURRENT_USER, kKey, "Saved by Kvil 8:Dictionary", "C:\\WINWORD\\MSSP_RU.LEX");

@@ -1,20 +1,14 @@
-// The library against Wine's own Windows Installer. run_installer_test.cmake
-// installs the proofing-tools package (proofing_tools.wxs) with msiexec in a
-// prefix made for this run, runs InstalledPackage.*, removes the package with
-// msiexec and runs RemovedPackage.*; then it installs Office 2010's Russian
-// grammar checker (office_grammar.wxs) and the product's (product_grammar.wxs),
-// runs PublishedGrammar.*, removes both and runs RemovedGrammar.*. There is no
-// scratch registry here: the Installer keeps its registrations in the prefix's
-// own hives, and msiexec, a separate process, must find there whatever these
-// tests leave behind.
+// The library against Wine's own Windows Installer: run_installer_test.cmake
+// installs Office 2000's Russian proofing tools (proofing_tools.wxs), Office
+// 2010's Russian grammar checker (office_grammar.wxs) and the product's
+// (product_grammar.wxs) with msiexec in a prefix of their own, runs
+// InstalledPackage.* and PublishedGrammar.*, removes the packages and runs
+// Removed.*. No scratch registry here: msiexec, a separate process, must find in
+// the prefix's own hives whatever these tests leave behind.
 
 #include <windows.h>
 // msi.h needs the Windows types first.
 #include <msi.h>
-
-// MinGW's msi.h leaves this one out.
-extern "C" UINT WINAPI MsiDecomposeDescriptorA(LPCSTR descriptor, LPSTR productCode, LPSTR feature,
-                                               LPSTR componentCode, DWORD* usedChars);
 
 #include <gtest/gtest.h>
 
@@ -24,6 +18,8 @@ extern "C" UINT WINAPI MsiDecomposeDescriptorA(LPCSTR descriptor, LPSTR productC
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "library_under_test.h"
@@ -31,28 +27,15 @@ extern "C" UINT WINAPI MsiDecomposeDescriptorA(LPCSTR descriptor, LPSTR productC
 #include "product_fixture.h"
 #include "registry_probe.h"
 #include "scratch_machine.h"
-#include "version_fixture.h"
 
 namespace kvil::test {
 namespace {
 
-// kRussianSpellerEngineComponent and kRussianSpellerLexiconComponent unpacked:
-// the codes the package installs its Russian speller under.
-constexpr char kEngineComponent[] = "{E9383FEC-9432-11D2-900A-00805F9B1201}";
-constexpr char kLexiconComponent[] = "{E9383FD7-9432-11D2-900A-00805F9B1201}";
+using Values = std::map<std::string, std::string>;
+
 // The package's folder under the prefix's 64-bit Program Files.
 constexpr char kPackageFolder[] = "C:\\Program Files\\Proofing Tools";
 constexpr char kUninstallList[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall";
-constexpr int kOffice2000 = 9;
-
-using RegisterOffice90Export = std::uint32_t (*)(std::int32_t kind, std::int32_t lcid, const char* productDir,
-                                                 const char* engineFile, const char* lexiconFile,
-                                                 std::int32_t restore, std::int32_t officeVersion);
-using GetEngNLSModulesExport = std::uint32_t (*)(std::int32_t lcid, char* buffer, std::uint32_t* length,
-                                                 std::int32_t which);
-using GetOriginalDictOrEngineModuleExport = std::uint32_t (*)(std::int32_t kind, std::int32_t lcid, char* buffer,
-                                                              std::uint32_t* length, std::int32_t which,
-                                                              std::int32_t generation, const char* excluded);
 
 template <typename Export>
 Export Bind(const LibraryUnderTest& dll, const char* name) {
@@ -63,65 +46,52 @@ Export Bind(const LibraryUnderTest& dll, const char* name) {
 
 std::string InPackageFolder(const std::string& name) { return std::string(kPackageFolder) + "\\" + name; }
 
-std::string ComponentKey(const char* packedComponent) {
-  return std::string(kLocalSystemComponents) + "\\" + packedComponent;
-}
-
-// What the Installer hands an application asking for one of the package's
-// components.
-struct ComponentPath {
-  INSTALLSTATE state;
-  std::string path;
-
-  bool operator==(const ComponentPath&) const = default;
+// The Russian speller's two components: the code the package installs each
+// under (the library's packed code, unpacked), its file there, and the product's
+// file that takes its place.
+struct SpellerComponent {
+  const char* code;
+  const char* packedCode;
+  const char* packageFile;
+  const char* productFile;
+};
+constexpr SpellerComponent kSpellerComponents[] = {
+    {"{E9383FEC-9432-11D2-900A-00805F9B1201}", kRussianSpellerEngineComponent, "MSSP3RU.DLL", "kvilsp3.dll"},
+    {"{E9383FD7-9432-11D2-900A-00805F9B1201}", kRussianSpellerLexiconComponent, "MSSP3RU.LEX", "SPRUNORM.LEX"},
 };
 
-void PrintTo(const ComponentPath& answer, std::ostream* out) {
-  *out << "state " << answer.state << ", \"" << answer.path << "\"";
+std::string ComponentKey(const SpellerComponent& speller) {
+  return std::string(kLocalSystemComponents) + "\\" + speller.packedCode;
 }
 
-ComponentPath InstallerPath(const char* component) {
+// What the Installer hands an application asking for one of the package's components.
+std::pair<INSTALLSTATE, std::string> InstallerPath(const SpellerComponent& speller) {
   char buffer[MAX_PATH] = {};
   DWORD length = sizeof buffer;
-  const INSTALLSTATE state = MsiGetComponentPathA(kOffice2000RussianProductCode, component, buffer, &length);
+  const INSTALLSTATE state = MsiGetComponentPathA(kOffice2000RussianProductCode, speller.code, buffer, &length);
   return {state, buffer};
 }
 
-// A lookup export's answer: the path and the length it reported.
-struct Lookup {
-  std::uint32_t result;
-  std::string path;
-  std::uint32_t length;
-};
+// A lookup export's answer: its result, the path and the length it reported.
+using Lookup = std::tuple<std::uint32_t, std::string, std::uint32_t>;
 
 Lookup EnglishNlsModule(const LibraryUnderTest& dll, std::int32_t which) {
   char buffer[MAX_PATH] = {};
   std::uint32_t length = sizeof buffer;
-  const std::uint32_t result = Bind<GetEngNLSModulesExport>(dll, "GetEngNLSModules")(1049, buffer, &length, which);
+  using Export = std::uint32_t (*)(std::int32_t, char*, std::uint32_t*, std::int32_t);
+  const std::uint32_t result = Bind<Export>(dll, "GetEngNLSModules")(1049, buffer, &length, which);
   return {result, buffer, length};
 }
 
 Lookup OriginalEnglishModule(const LibraryUnderTest& dll, std::int32_t which) {
   char buffer[MAX_PATH] = {};
   std::uint32_t length = sizeof buffer;
-  const std::uint32_t result = Bind<GetOriginalDictOrEngineModuleExport>(dll, "GetOriginalDictOrEngineModule")(
-      0, 1033, buffer, &length, which, 2, "");
+  using Export = std::uint32_t (*)(std::int32_t, std::int32_t, char*, std::uint32_t*, std::int32_t, std::int32_t,
+                                   const char*);
+  const std::uint32_t result =
+      Bind<Export>(dll, "GetOriginalDictOrEngineModule")(0, 1033, buffer, &length, which, 2, "");
   return {result, buffer, length};
 }
-
-// The Russian speller's two components, as the package installs them and as the
-// product's start-up folder offers them.
-struct SpellerComponent {
-  const char* component;
-  const char* packedComponent;
-  const char* packageFile;
-  const char* productFile;
-};
-
-constexpr SpellerComponent kSpellerComponents[] = {
-    {kEngineComponent, kRussianSpellerEngineComponent, "MSSP3RU.DLL", "kvilsp3.dll"},
-    {kLexiconComponent, kRussianSpellerLexiconComponent, "MSSP3RU.LEX", "SPRUNORM.LEX"},
-};
 
 // The product (8.0, Russian) installed on the prefix with its start-up folder in
 // a temporary folder; its keys are taken away again after each test so that
@@ -155,143 +125,66 @@ class ProductOnPrefix : public ::testing::Test {
   std::unique_ptr<LibraryUnderTest> dll_;
 };
 
-class InstalledPackage : public ProductOnPrefix {
- protected:
-  std::uint32_t RegisterRussianSpeller(int restore) const {
-    return Bind<RegisterOffice90Export>(dll(), "RegisterOffice90")(0, 1049, StartupDir().c_str(), "kvilsp3.dll",
-                                                                   "SPRUNORM.LEX", restore, kOffice2000);
-  }
-};
+using InstalledPackage = ProductOnPrefix;
 
-// The package's codes are the ones the library knows: the Installer files each
-// component's path under its packed code, as the product's value.
-TEST_F(InstalledPackage, TheInstallerHandsOutThePackagesOwnFiles) {
-  EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, std::string(kUninstallList) + "\\" + kOffice2000RussianProductCode));
-  for (const SpellerComponent& speller : kSpellerComponents) {
-    SCOPED_TRACE(speller.packageFile);
-    const std::string installed = InPackageFolder(speller.packageFile);
-    EXPECT_EQ(InstallerPath(speller.component), (ComponentPath{INSTALLSTATE_LOCAL, installed}));
-    EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, ComponentKey(speller.packedComponent)),
-              (std::map<std::string, std::string>{{kOffice2000RussianPacked, "sz:" + installed}}));
-    EXPECT_EQ(ReadFileBytes(installed), std::string("Office proofing file ") + speller.packageFile + "\r\n");
-  }
-}
-
-// Attach, attach again, restore: Office is handed the product's files while
-// attached, the Installer's own paths are kept once under the backup name, and
-// restoring leaves the components exactly as msiexec wrote them.
+// The package's codes are the ones the library knows. Attached twice, Office is
+// handed the product's files and the Installer's own paths are kept once under
+// the backup name; restoring leaves the components exactly as msiexec wrote them.
 TEST_F(InstalledPackage, RegisterOffice90RedirectsTheComponentsAndRestoresThem) {
-  std::map<std::string, std::map<std::string, std::string>> asInstalled;
-  for (const SpellerComponent& speller : kSpellerComponents) {
-    asInstalled[speller.packageFile] = DescribeValues(HKEY_LOCAL_MACHINE, ComponentKey(speller.packedComponent));
-  }
-
-  for (int attach = 1; attach <= 2; ++attach) {
-    ASSERT_EQ(RegisterRussianSpeller(0), 1u) << "attach " << attach;
+  using Export = std::uint32_t (*)(std::int32_t, std::int32_t, const char*, const char*, const char*, std::int32_t,
+                                   std::int32_t);
+  const auto registerSpeller = [&](int restore) {
+    return Bind<Export>(dll(), "RegisterOffice90")(0, 1049, StartupDir().c_str(), "kvilsp3.dll", "SPRUNORM.LEX",
+                                                   restore, 9);
+  };
+  const auto expectComponents = [&](bool redirected, const std::string& when) {
     for (const SpellerComponent& speller : kSpellerComponents) {
-      SCOPED_TRACE(std::string(speller.packageFile) + ", attach " + std::to_string(attach));
-      const std::string productPath = StartupDir() + "\\" + speller.productFile;
-      EXPECT_EQ(InstallerPath(speller.component), (ComponentPath{INSTALLSTATE_LOCAL, productPath}));
-      EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, ComponentKey(speller.packedComponent)),
-                (std::map<std::string, std::string>{
-                    {kOffice2000RussianPacked, "sz:" + productPath},
-                    {std::string("Saved by Kvil 8:") + kOffice2000RussianPacked,
-                     "sz:" + InPackageFolder(speller.packageFile)},
-                }));
+      SCOPED_TRACE(std::string(speller.packageFile) + ", " + when);
+      const std::string installed = InPackageFolder(speller.packageFile);
+      const std::string handedOut = redirected ? StartupDir() + "\\" + speller.productFile : installed;
+      Values values{{kOffice2000RussianPacked, "sz:" + handedOut}};
+      if (redirected) values[std::string("Saved by Kvil 8:") + kOffice2000RussianPacked] = "sz:" + installed;
+      EXPECT_EQ(InstallerPath(speller), std::pair(INSTALLSTATE_LOCAL, handedOut));
+      EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, ComponentKey(speller)), values);
     }
+  };
+  expectComponents(false, "as installed");
+  for (int attach = 1; attach <= 2; ++attach) {
+    ASSERT_EQ(registerSpeller(0), 1u);
+    expectComponents(true, "attach " + std::to_string(attach));
   }
-
-  ASSERT_EQ(RegisterRussianSpeller(1), 1u);
-  for (const SpellerComponent& speller : kSpellerComponents) {
-    SCOPED_TRACE(speller.packageFile);
-    EXPECT_EQ(InstallerPath(speller.component),
-              (ComponentPath{INSTALLSTATE_LOCAL, InPackageFolder(speller.packageFile)}));
-    EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, ComponentKey(speller.packedComponent)),
-              asInstalled[speller.packageFile]);
-  }
+  ASSERT_EQ(registerSpeller(1), 1u);
+  expectComponents(false, "restored");
 }
 
-// The package publishes only the English lexicon under the proofing lexicon
-// category; the proofing data file category stays empty.
-TEST_F(InstalledPackage, GetEngNLSModulesAnswersThePublishedEnglishLexicon) {
+// The package publishes the English lexicon under the proofing-lexicon category
+// and, as Office 2010 does, the English engine; the proofing-data and
+// dictionary categories have nothing published.
+TEST_F(InstalledPackage, TheEnglishModulesAreFoundAsPublished) {
   const std::string lexicon = InPackageFolder("MSSP3EN.LEX");
-  const Lookup published = EnglishNlsModule(dll(), 1);
-  EXPECT_EQ(published.result, 0u);
-  EXPECT_EQ(published.path, lexicon);
-  EXPECT_EQ(published.length, lexicon.size());
-
-  const Lookup unpublished = EnglishNlsModule(dll(), 0);
-  EXPECT_EQ(unpublished.result, 0u);
-  EXPECT_EQ(unpublished.path, "");
-  EXPECT_EQ(unpublished.length, 0u);
-}
-
-// Office 2010's English engine category answers; its dictionary category has
-// nothing published, and neither has any older place on this machine.
-TEST_F(InstalledPackage, GetOriginalDictOrEngineModuleAnswersThePublishedEnglishEngine) {
   const std::string engine = InPackageFolder("MSSP3EN.DLL");
-  const Lookup found = OriginalEnglishModule(dll(), 0);
-  EXPECT_EQ(found.result, 1033u);
-  EXPECT_EQ(found.path, engine);
-  EXPECT_EQ(found.length, engine.size());
-
-  EXPECT_EQ(OriginalEnglishModule(dll(), 1).result, 0u);
+  EXPECT_EQ(EnglishNlsModule(dll(), 1), Lookup(0, lexicon, lexicon.size()));
+  EXPECT_EQ(EnglishNlsModule(dll(), 0), Lookup(0, "", 0));
+  EXPECT_EQ(OriginalEnglishModule(dll(), 0), Lookup(1033, engine, engine.size()));
+  EXPECT_EQ(std::get<0>(OriginalEnglishModule(dll(), 1)), 0u);
 }
 
-// After msiexec /x: nothing of the package is left, which also shows that
-// restoring left no value of the library's in the Installer's components.
-TEST(RemovedPackage, TheInstallerNoLongerKnowsThePackage) {
-  EXPECT_EQ(MsiQueryProductStateA(kOffice2000RussianProductCode), INSTALLSTATE_UNKNOWN);
-  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, std::string(kUninstallList) + "\\" + kOffice2000RussianProductCode));
-  for (const SpellerComponent& speller : kSpellerComponents) {
-    SCOPED_TRACE(speller.packageFile);
-    EXPECT_EQ(InstallerPath(speller.component).state, INSTALLSTATE_UNKNOWN);
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, ComponentKey(speller.packedComponent)));
-  }
-  for (const char* file : {"MSSP3RU.DLL", "MSSP3RU.LEX", "MSSP3EN.DLL", "MSSP3EN.LEX"}) {
-    EXPECT_FALSE(FileExists(InPackageFolder(file))) << file;
-  }
-  EXPECT_EQ(GetFileAttributesA(kPackageFolder), INVALID_FILE_ATTRIBUTES);
-}
-
-TEST(RemovedPackage, TheEnglishModulesAreNoLongerPublished) {
-  const LibraryUnderTest dll;
-  const Lookup lexicon = EnglishNlsModule(dll, 1);
-  EXPECT_EQ(lexicon.path, "");
-  EXPECT_EQ(lexicon.length, 0u);
-  EXPECT_EQ(OriginalEnglishModule(dll, 0).result, 0u);
-}
-
-using KindAndLanguageExport = void (*)(std::int32_t kind, std::int32_t lcid);
-
-// One grammar package as installed: what the Installer files it under, where its
-// module lands, and the entry it adds to each list (the product code packed into
-// 20 characters, the feature, ">" and the component code packed likewise).
+// One grammar package as installed: what the Installer files it under, where
+// its module lands, and the entry it adds to each list (the product code packed
+// into 20 characters, the feature, ">" and the component code packed likewise).
 struct GrammarPackage {
   const char* productCode;
-  const char* feature;
-  const char* componentCode;
   const char* folder;
   const char* module;
   const char* entry;
 };
-
 constexpr GrammarPackage kOfficeGrammar = {
-    "{5B01B8FC-B06B-4E59-A932-997204AAB1B9}",
-    "ProofingTools_1049",
-    "{2A2D9346-DE5A-467B-B9AF-15C7B1583797}",
-    "C:\\Program Files\\Common Files\\Microsoft Shared\\PROOF",
+    "{5B01B8FC-B06B-4E59-A932-997204AAB1B9}", "C:\\Program Files\\Common Files\\Microsoft Shared\\PROOF",
     "C:\\Program Files\\Common Files\\Microsoft Shared\\PROOF\\MSGR3RU.DLL",
-    "6?59EAnM3AfddoLB1zbdProofingTools_1049>Yq9W1y~U`=omj}hV&([X",
-};
+    "6?59EAnM3AfddoLB1zbdProofingTools_1049>Yq9W1y~U`=omj}hV&([X"};
 constexpr GrammarPackage kProductGrammar = {
-    "{570BBEB2-032A-412F-81DE-77E4180502D5}",
-    "Grammar_Rus",
-    "{A21EE714-45DE-4734-B5DC-213F7E03DABC}",
-    "C:\\Program Files\\Kvil Grammar",
-    "C:\\Program Files\\Kvil Grammar\\kvilgr32.dll",
-    "Qi~{CqChy86PRLrsu.OmGrammar_Rus>6Qz+]sb6t=qod@8AP6de",
-};
+    "{570BBEB2-032A-412F-81DE-77E4180502D5}", "C:\\Program Files\\Kvil Grammar",
+    "C:\\Program Files\\Kvil Grammar\\kvilgr32.dll", "Qi~{CqChy86PRLrsu.OmGrammar_Rus>6Qz+]sb6t=qod@8AP6de"};
 
 // The two lists Office 2010 finds its Russian grammar checker by: a category
 // (its code and the code packed) and the qualifier naming the list.
@@ -314,17 +207,13 @@ std::string WinesList(const GrammarList& list) {
   return std::string("Software\\Microsoft\\Installer\\Components\\") + list.packedCategory;
 }
 
-std::string SavedListName(const GrammarList& list) { return std::string("Saved by Kvil 8 ") + list.qualifier; }
-
 // A REG_MULTI_SZ as DescribeValues shows it.
 std::string MultiSz(const std::string& bytes) { return "type 7:" + bytes; }
 
 // Each list as msiexec leaves it: the Installer appends each package's entry to
 // the list it finds, so Office's comes first, then the product's, each ended by
 // its NUL, and the list by one more.
-std::string PublishedList() {
-  return std::string(kOfficeGrammar.entry) + '\0' + kProductGrammar.entry + '\0' + '\0';
-}
+const std::string kPublishedList = std::string(kOfficeGrammar.entry) + '\0' + kProductGrammar.entry + '\0' + '\0';
 
 // One list's value carried from one key to another; a value missing at the
 // source is deleted at the destination.
@@ -337,32 +226,19 @@ void CopyList(const GrammarList& list, HKEY fromRoot, const std::string& from, H
 }
 
 // What the Installer hands an application asking for a list's checker.
-struct QualifiedPath {
-  UINT result;
-  std::string path;
-
-  bool operator==(const QualifiedPath&) const = default;
-};
-
-void PrintTo(const QualifiedPath& answer, std::ostream* out) {
-  *out << "result " << answer.result << ", \"" << answer.path << "\"";
-}
-
-QualifiedPath ProvidedChecker(const GrammarList& list) {
+std::pair<UINT, std::string> ProvidedChecker(const GrammarList& list) {
   char buffer[MAX_PATH] = {};
   DWORD length = sizeof buffer;
-  const UINT result =
-      MsiProvideQualifiedComponentA(list.category, list.qualifier, static_cast<DWORD>(INSTALLMODE_EXISTING),
-                                    buffer, &length);
+  const UINT result = MsiProvideQualifiedComponentA(list.category, list.qualifier,
+                                                    static_cast<DWORD>(INSTALLMODE_EXISTING), buffer, &length);
   return {result, buffer};
 }
 
-// Both grammar packages installed, Office's first, with the product on the
-// prefix. Wine's Installer keeps the lists per user, under HKEY_CURRENT_USER,
-// where Windows keeps a per-machine package's under HKEY_CLASSES_ROOT; each
-// list is copied to where the library looks for it, and whatever the library
-// leaves there is copied back before the Installer is asked. After each test
-// the copies go and Wine's lists are as msiexec wrote them, for msiexec /x.
+// Wine's Installer keeps the lists per user, under HKEY_CURRENT_USER, where
+// Windows keeps a per-machine package's under HKEY_CLASSES_ROOT; each list is
+// copied to where the library looks for it, and whatever the library leaves
+// there is copied back before the Installer is asked. After each test the
+// copies go and Wine's lists are as msiexec wrote them, for msiexec /x.
 class PublishedGrammar : public ProductOnPrefix {
  protected:
   void SetUp() override {
@@ -386,10 +262,10 @@ class PublishedGrammar : public ProductOnPrefix {
     ProductOnPrefix::TearDown();
   }
 
-  // Calls one of the library's switches for the Russian grammar checker and
+  // Calls one of the library's switches of the Russian grammar checker and
   // hands the lists it leaves to Wine's Installer.
   void Switch(const char* exportName) const {
-    Bind<KindAndLanguageExport>(dll(), exportName)(1, 1049);
+    Bind<void (*)(std::int32_t, std::int32_t)>(dll(), exportName)(1, 1049);
     for (const GrammarList& list : kGrammarLists) {
       CopyList(list, HKEY_CLASSES_ROOT, OfficesList(list), HKEY_CURRENT_USER, WinesList(list));
     }
@@ -399,78 +275,54 @@ class PublishedGrammar : public ProductOnPrefix {
   std::vector<std::optional<RegValue>> asPublished_;
 };
 
-// Office, asking for a list, is handed the first entry's module: its own.
-TEST_F(PublishedGrammar, TheListsHoldOfficesEntryThenTheProducts) {
-  for (const GrammarList& list : kGrammarLists) {
-    SCOPED_TRACE(list.qualifier);
-    EXPECT_EQ(DescribeValues(HKEY_CURRENT_USER, WinesList(list)),
-              (std::map<std::string, std::string>{{list.qualifier, MultiSz(PublishedList())}}));
-    EXPECT_EQ(ProvidedChecker(list), (QualifiedPath{ERROR_SUCCESS, kOfficeGrammar.module}));
-  }
-  // Each entry names its own package, feature and component.
-  for (const GrammarPackage& package : {kOfficeGrammar, kProductGrammar}) {
-    SCOPED_TRACE(package.feature);
-    char productCode[39] = {};
-    char feature[MAX_FEATURE_CHARS + 1] = {};
-    char componentCode[39] = {};
-    DWORD used = 0;
-    ASSERT_EQ(MsiDecomposeDescriptorA(package.entry, productCode, feature, componentCode, &used),
-              static_cast<UINT>(ERROR_SUCCESS));
-    EXPECT_STREQ(productCode, package.productCode);
-    EXPECT_STREQ(feature, package.feature);
-    EXPECT_STREQ(componentCode, package.componentCode);
-    EXPECT_EQ(used, std::string(package.entry).size());
-  }
-}
-
-// Detach twice, then attach: while detached Office is handed the product's
-// module and each list holds the product's entry alone (with the NUL that
-// follows it in the saved list, which the ANSI registry call stores), the
-// whole published list saved once beside it; attach hands Office its own
-// checker again, from the saved list without the product's entry.
-TEST_F(PublishedGrammar, DetachHandsOutTheProductsModuleUntilAttach) {
-  for (int detach = 1; detach <= 2; ++detach) {
-    Switch("DetachMS2010ProofingTool");
+// Office, asking for a list, is handed the first entry's module: its own. Once
+// Microsoft's checker is switched out (twice) it is handed the product's: each
+// list holds the product's entry alone (with the NUL that follows it in the
+// saved list, which the ANSI registry call stores), the whole published list
+// saved once beside it. Switched back, Office is handed its own checker again.
+TEST_F(PublishedGrammar, SwitchingOutHandsOfficeTheProductsCheckerUntilSwitchedBack) {
+  struct Step {
+    const char* exportName;  // null: as published
+    std::string live;
+    const char* module;
+  };
+  const Step steps[] = {{nullptr, kPublishedList, kOfficeGrammar.module},
+                        {"DetachMS2010ProofingTool", std::string(kProductGrammar.entry) + '\0', kProductGrammar.module},
+                        {"DetachMS2010ProofingTool", std::string(kProductGrammar.entry) + '\0', kProductGrammar.module},
+                        {"AttachMS2010ProofingTool", std::string(kOfficeGrammar.entry) + '\0', kOfficeGrammar.module}};
+  for (const Step& step : steps) {
+    if (step.exportName != nullptr) Switch(step.exportName);
     for (const GrammarList& list : kGrammarLists) {
-      SCOPED_TRACE(std::string(list.qualifier) + ", detach " + std::to_string(detach));
-      EXPECT_EQ(DescribeValues(HKEY_CLASSES_ROOT, OfficesList(list)),
-                (std::map<std::string, std::string>{
-                    {list.qualifier, MultiSz(std::string(kProductGrammar.entry) + '\0')},
-                    {SavedListName(list), MultiSz(PublishedList())},
-                }));
-      EXPECT_EQ(ProvidedChecker(list), (QualifiedPath{ERROR_SUCCESS, kProductGrammar.module}));
+      SCOPED_TRACE(std::string(step.exportName ? step.exportName : "published") + " " + list.qualifier);
+      Values expected{{list.qualifier, MultiSz(step.live)}};
+      if (step.exportName != nullptr) expected[std::string("Saved by Kvil 8 ") + list.qualifier] = MultiSz(kPublishedList);
+      EXPECT_EQ(DescribeValues(HKEY_CLASSES_ROOT, OfficesList(list)), expected);
+      EXPECT_EQ(ProvidedChecker(list), std::pair(UINT{ERROR_SUCCESS}, std::string(step.module)));
     }
   }
-
-  Switch("AttachMS2010ProofingTool");
-  for (const GrammarList& list : kGrammarLists) {
-    SCOPED_TRACE(list.qualifier);
-    EXPECT_EQ(DescribeValues(HKEY_CLASSES_ROOT, OfficesList(list)),
-              (std::map<std::string, std::string>{
-                  {list.qualifier, MultiSz(std::string(kOfficeGrammar.entry) + '\0')},
-                  {SavedListName(list), MultiSz(PublishedList())},
-              }));
-    EXPECT_EQ(ProvidedChecker(list), (QualifiedPath{ERROR_SUCCESS, kOfficeGrammar.module}));
-  }
 }
 
-// After msiexec /x of both: neither package is known, their files are gone, and
-// no list is left, in Wine's place or in Office's: the categories themselves
-// are unknown to the Installer. (Wine's UnpublishComponents takes a category's
-// whole key away already with the first package removed.)
-TEST(RemovedGrammar, TheInstallerNoLongerKnowsEitherPackage) {
-  for (const GrammarPackage& package : {kOfficeGrammar, kProductGrammar}) {
-    SCOPED_TRACE(package.feature);
-    EXPECT_EQ(MsiQueryProductStateA(package.productCode), INSTALLSTATE_UNKNOWN);
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, std::string(kUninstallList) + "\\" + package.productCode));
-    EXPECT_FALSE(FileExists(package.module));
-    EXPECT_EQ(GetFileAttributesA(package.folder), INVALID_FILE_ATTRIBUTES);
+// After msiexec /x of the three packages none is known and their files are gone,
+// which also shows that restoring left no value of the library's in the
+// Installer's components. No grammar list is left, in Wine's place or in
+// Office's: the categories themselves are unknown to the Installer.
+TEST(Removed, TheInstallerNoLongerKnowsAnyPackage) {
+  for (const char* productCode :
+       {kOffice2000RussianProductCode, kOfficeGrammar.productCode, kProductGrammar.productCode}) {
+    EXPECT_EQ(MsiQueryProductStateA(productCode), INSTALLSTATE_UNKNOWN) << productCode;
+    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, std::string(kUninstallList) + "\\" + productCode)) << productCode;
+  }
+  for (const SpellerComponent& speller : kSpellerComponents) {
+    EXPECT_EQ(InstallerPath(speller).first, INSTALLSTATE_UNKNOWN) << speller.packageFile;
+    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, ComponentKey(speller))) << speller.packageFile;
+  }
+  for (const char* folder : {kPackageFolder, kOfficeGrammar.folder, kProductGrammar.folder}) {
+    EXPECT_EQ(GetFileAttributesA(folder), INVALID_FILE_ATTRIBUTES) << folder;
   }
   for (const GrammarList& list : kGrammarLists) {
-    SCOPED_TRACE(list.qualifier);
-    EXPECT_EQ(ProvidedChecker(list), (QualifiedPath{ERROR_UNKNOWN_COMPONENT, ""}));
-    EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, WinesList(list)));
-    EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, OfficesList(list)));
+    EXPECT_EQ(ProvidedChecker(list), std::pair(UINT{ERROR_UNKNOWN_COMPONENT}, std::string())) << list.qualifier;
+    EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, WinesList(list))) << list.qualifier;
+    EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, OfficesList(list))) << list.qualifier;
   }
 }
 

@@ -19,6 +19,7 @@ std::optional<Command> ParseCommand(std::string_view word) {
   if (word == "attach") return Command::kAttach;
   if (word == "detach") return Command::kDetach;
   if (word == "check") return Command::kCheck;
+  if (word == "roundtrip") return Command::kRoundtrip;
   return std::nullopt;
 }
 
@@ -27,7 +28,9 @@ std::optional<Command> ParseCommand(std::string_view word) {
 const char kUsage[] =
     "usage: kvilhosts [--dll PATH] list [--lang LANG] [--json]\n"
     "       kvilhosts [--dll PATH] attach|detach SUFFIX TOOL LANG [--added-files FOLDER]\n"
+    "                 [--journal [--json]]\n"
     "       kvilhosts [--dll PATH] check SUFFIX TOOL LANG\n"
+    "       kvilhosts [--dll PATH] roundtrip SUFFIX TOOL LANG\n"
     "       kvilhosts --help\n"
     "\n"
     "Surveys the host modules of kvilintg.dll through their exports, as the setup\n"
@@ -42,6 +45,10 @@ const char kUsage[] =
     "  attach    calls Attach<SUFFIX>; exit status 0 when it answers done\n"
     "  detach    calls Detach<SUFFIX>; exit status 0 when it answers done\n"
     "  check     calls Check<SUFFIX>; exit status 0 when the tool is attached\n"
+    "  roundtrip calls Attach<SUFFIX>, then Detach<SUFFIX>, and lists every registry\n"
+    "            value, file and INI entry the library changed that is not back to\n"
+    "            what it was, each marked expected (the host keeps it by design, the\n"
+    "            reason given) or unexpected; exit status 0 when all are expected\n"
     "\n"
     "  SUFFIX    a host suffix such as WW80, Editor or Unknown (any case)\n"
     "  TOOL      speller, grammar, thesaurus, hyphenator, or 0 to 3\n"
@@ -49,6 +56,9 @@ const char kUsage[] =
     "            1040 1046 2070 (list defaults to ru)\n"
     "  --added-files  after attach or detach, saves the files the library placed\n"
     "            outside the product's folder into FOLDER\\addfiles.xml\n"
+    "  --journal after attach or detach, lists every change the library made to the\n"
+    "            registry, files and INI files, in order, one a line; with --json as\n"
+    "            a JSON array (the export's answer then goes to standard error)\n"
     "  --dll     the library to load, before or after the command; default:\n"
     "            kvilintg.dll beside kvilhosts.exe\n"
     "\n"
@@ -82,6 +92,8 @@ ParsedCommandLine ParseCommandLine(std::span<const std::string_view> args) {
       }
     } else if (arg == "--json") {
       invocation.json = true;
+    } else if (arg == "--journal") {
+      invocation.journal = true;
     } else if (arg.size() > 1 && arg[0] == '-' && !(arg[1] >= '0' && arg[1] <= '9')) {
       // A negative number is left to the tool and language checks to reject.
       return fail("unknown option " + Quoted(arg));
@@ -98,6 +110,9 @@ ParsedCommandLine ParseCommandLine(std::span<const std::string_view> args) {
       invocation.command != Command::kDetach) {
     return fail("--added-files belongs to attach and detach, not " + std::string(positional[0]));
   }
+  if (invocation.journal && invocation.command != Command::kAttach && invocation.command != Command::kDetach) {
+    return fail("--journal belongs to attach and detach, not " + std::string(positional[0]));
+  }
 
   if (invocation.command == Command::kList) {
     if (positional.size() > 1) return fail("unexpected argument " + Quoted(positional[1]));
@@ -110,7 +125,10 @@ ParsedCommandLine ParseCommandLine(std::span<const std::string_view> args) {
   }
 
   const std::string_view commandWord = positional[0];
-  if (language || invocation.json) return fail("--lang and --json belong to list, not " + std::string(commandWord));
+  if (language) return fail("--lang belongs to list, not " + std::string(commandWord));
+  if (invocation.json && !invocation.journal) {
+    return fail("--json belongs to list and to --journal, not " + std::string(commandWord));
+  }
   if (positional.size() < 4) return fail(std::string(commandWord) + " needs SUFFIX TOOL LANG");
   if (positional.size() > 4) return fail("unexpected argument " + Quoted(positional[4]));
 

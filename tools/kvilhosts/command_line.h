@@ -12,20 +12,23 @@
 
 namespace kvilhosts {
 
-enum class Command { kHelp, kList, kAttach, kDetach, kCheck };
+enum class Command { kHelp, kList, kAttach, kDetach, kCheck, kRoundtrip };
 
 struct Invocation {
   Command command = Command::kHelp;
   std::optional<std::string> libraryPath;  // --dll; the default library otherwise
   // list
   std::int32_t lcid = kRussian;
+  // list, and the journal of attach and detach
   bool json = false;
-  // attach, detach, check
+  // attach, detach, check, roundtrip
   std::string_view suffix;  // the suffix table's spelling
   std::int32_t kind = 0;
   // attach, detach: the folder the library's added-files list is saved into
   // ("addfiles.xml") after the operation, as the setup program does at the end.
   std::optional<std::string> addedFilesFolder;
+  // attach, detach: every change the library made, printed after the export.
+  bool journal = false;
 };
 
 struct ParsedCommandLine {

@@ -4,9 +4,12 @@
 #include <windows.h>
 #include <objbase.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,6 +18,9 @@
 #include "command_line.h"
 #include "host_contract.h"
 #include "host_library.h"
+#include "journal.h"
+#include "journal_session.h"
+#include "roundtrip.h"
 #include "survey.h"
 
 namespace kvilhosts {
@@ -46,40 +52,108 @@ OperationOutcome Interpret(Command command, kvil::HostResult result) {
   return {"done", true};
 }
 
-int RunOperation(const Invocation& invocation, const HostExports& host) {
+struct ExportCall {
+  std::string line;  // "AttachWW80(0, 1049) = 0x00000001 (1): done"
+  bool success = false;
+};
+
+ExportCall CallExport(Command command, const HostExports& host, const Invocation& invocation) {
   const char* word = "Check";
   kvil::CheckExport operation = host.check;
-  if (invocation.command == Command::kAttach) {
+  if (command == Command::kAttach) {
     word = "Attach";
     operation = host.attach;
-  } else if (invocation.command == Command::kDetach) {
+  } else if (command == Command::kDetach) {
     word = "Detach";
     operation = host.detach;
   }
   const kvil::HostResult result = operation(invocation.kind, invocation.lcid, 0, 0);
-  const OperationOutcome outcome = Interpret(invocation.command, result);
-  const std::string name = word + std::string(invocation.suffix);
-  std::printf("%s(%d, %d) = 0x%08X (%d): %s\n", name.c_str(), static_cast<int>(invocation.kind),
-              static_cast<int>(invocation.lcid), static_cast<unsigned>(result), static_cast<int>(result),
-              outcome.meaning);
-  return outcome.success ? kExitSuccess : kExitRefused;
+  const OperationOutcome outcome = Interpret(command, result);
+  std::array<char, 160> line{};
+  std::snprintf(line.data(), line.size(), "%s%.*s(%d, %d) = 0x%08X (%d): %s\n", word,
+                static_cast<int>(invocation.suffix.size()), invocation.suffix.data(),
+                static_cast<int>(invocation.kind), static_cast<int>(invocation.lcid), static_cast<unsigned>(result),
+                static_cast<int>(result), outcome.meaning);
+  return {line.data(), outcome.success};
 }
 
 // The setup program's last step: the library's list of files it placed outside
 // the product's folder, merged into <folder>\addfiles.xml. The library leaves
-// COM to its caller.
-bool SaveAddedFiles(HMODULE library, const std::string& folder) {
+// COM to its caller. Empty when the library has no such list.
+std::optional<std::string> SaveAddedFiles(HMODULE library, const std::string& folder) {
   using SaveExport = void (*)(const char*);
   const auto save = reinterpret_cast<SaveExport>(GetProcAddress(library, "extSaveToXml"));
-  if (save == nullptr) {
-    PrintError("the library has no added-files list");
-    return false;
-  }
+  if (save == nullptr) return std::nullopt;
   const HRESULT com = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
   save(folder.c_str());
   if (SUCCEEDED(com)) CoUninitialize();
-  std::printf("added files saved to %s\\addfiles.xml\n", folder.c_str());
-  return true;
+  return "added files saved to " + folder + "\\addfiles.xml\n";
+}
+
+// What the tool says on standard output goes out only once the library has
+// finished, so a reader that has gone away cannot change what the library did.
+bool WriteOutput(const std::string& text) {
+  const bool written = std::fputs(text.c_str(), stdout) >= 0;
+  return std::fflush(stdout) == 0 && written && !std::ferror(stdout);
+}
+
+std::unique_ptr<JournalSession> StartJournal(HMODULE library, Journal& journal) {
+  std::unique_ptr<JournalSession> session = JournalSession::Start(library, journal);
+  if (!session) PrintError("cannot watch the library's calls into Windows");
+  return session;
+}
+
+int RunOperation(const Invocation& invocation, HMODULE library, const HostExports& host) {
+  Journal journal;
+  std::unique_ptr<JournalSession> session;
+  if (invocation.journal) {
+    session = StartJournal(library, journal);
+    if (!session) return kExitRefused;
+  }
+  const ExportCall call = CallExport(invocation.command, host, invocation);
+  std::optional<std::string> saved;
+  if (invocation.addedFilesFolder) saved = SaveAddedFiles(library, *invocation.addedFilesFolder);
+  session.reset();
+
+  std::string output = call.line + saved.value_or("");
+  if (invocation.journal && invocation.json) {
+    // Standard output is the JSON array alone; what the tool says goes beside it.
+    std::fputs(output.c_str(), stderr);
+    output = FormatJournalJson(journal.changes);
+  } else if (invocation.journal) {
+    output += FormatJournalText(journal.changes);
+  }
+  if (!WriteOutput(output) && invocation.journal) PrintError("cannot write the journal to standard output");
+  if (!journal.complete) PrintError("the journal is incomplete: a change could not be recorded");
+  if (invocation.addedFilesFolder && !saved) {
+    PrintError("the library has no added-files list");
+    return kExitRefused;
+  }
+  return call.success ? kExitSuccess : kExitRefused;
+}
+
+// The export's answers come first; the exit status says only whether a change
+// remained that the host is not documented to keep.
+int RunRoundtrip(const Invocation& invocation, HMODULE library, const HostExports& host) {
+  Journal journal;
+  std::unique_ptr<JournalSession> session = StartJournal(library, journal);
+  if (!session) return kExitRefused;
+  const ExportCall attach = CallExport(Command::kAttach, host, invocation);
+  const ExportCall detach = CallExport(Command::kDetach, host, invocation);
+  session.reset();
+
+  const std::vector<const Leftover*> leftovers = LeftoversOf(invocation.suffix);
+  const std::vector<ClassifiedDifference> differences = Classify(journal.touched.DifferencesNow(), leftovers);
+  if (!WriteOutput(attach.line + detach.line + FormatRoundtripReport(differences))) {
+    PrintError("cannot write the report to standard output");
+  }
+  if (!journal.complete) {
+    PrintError("the journal is incomplete: a change could not be recorded");
+    return kExitRefused;
+  }
+  const bool allDocumented = std::all_of(differences.begin(), differences.end(),
+                                         [](const ClassifiedDifference& item) { return item.leftover != nullptr; });
+  return allDocumented ? kExitSuccess : kExitRefused;
 }
 
 int Run(const Invocation& invocation) {
@@ -102,11 +176,8 @@ int Run(const Invocation& invocation) {
     PrintError(std::string(invocation.suffix) + " is not built into " + path);
     return kExitRefused;
   }
-  const int status = RunOperation(invocation, *host);
-  if (invocation.addedFilesFolder && !SaveAddedFiles(library.module.get(), *invocation.addedFilesFolder)) {
-    return kExitRefused;
-  }
-  return status;
+  if (invocation.command == Command::kRoundtrip) return RunRoundtrip(invocation, library.module.get(), *host);
+  return RunOperation(invocation, library.module.get(), *host);
 }
 
 int Main(int argc, char** argv) {

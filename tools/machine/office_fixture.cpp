@@ -169,6 +169,14 @@ void RegisterComponentPath(const std::string& components, const std::string& pac
   WriteText(HKEY_LOCAL_MACHINE, components + "\\" + packedComponent, packedProduct, path);
 }
 
+void RegisterOffice2000RussianSpeller(const std::string& proofFolder) {
+  RegisterUninstallEntry(kOffice2000RussianProductCode);
+  RegisterComponentPath(kLocalSystemComponents, kRussianSpellerEngineComponent, kOffice2000RussianPacked,
+                        proofFolder + "\\MSSP3RU.DLL");
+  RegisterComponentPath(kLocalSystemComponents, kRussianSpellerLexiconComponent, kOffice2000RussianPacked,
+                        proofFolder + "\\MSSP3RU.LEX");
+}
+
 void RegisterForeignProofingTool(const std::string& toolKey, int lcid, const std::string& enginePath,
                                  const std::string& dictionaryPath) {
   const std::string key = std::string(kSharedProofingTools) + "\\" + toolKey + "\\" + std::to_string(lcid) + "\\Normal";

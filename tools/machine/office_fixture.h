@@ -80,6 +80,10 @@ void RegisterUninstallEntry(const std::string& productCode);
 // "<components>\<packed component>" value <packed product> = path (REG_SZ).
 void RegisterComponentPath(const std::string& components, const std::string& packedComponent,
                            const std::string& packedProduct, const std::string& path);
+// Office 2000's Russian speller as its Installer registered it: the product in
+// the Uninstall list and its engine and lexicon components at
+// proofFolder\MSSP3RU.DLL and proofFolder\MSSP3RU.LEX (the files themselves are not written).
+void RegisterOffice2000RussianSpeller(const std::string& proofFolder);
 
 // Another maker's registration in the shared proofing-tools tree:
 // HKLM "SOFTWARE\Microsoft\Shared Tools\Proofing Tools\<toolKey>\<lcid>\Normal"
