@@ -45,18 +45,16 @@ struct Request {
 };
 
 TEST_F(OwnTools, EveryHostsTypicalRequestRoundTripsItsRecord) {
-  const Values grammar{{"Action", "1"},
-                       {"Attached", "1"},
-                       {"Options", "1"},
-                       {"Engine", InStartup("KVILGR32.DLL")},
-                       {"Dictionary", InStartup("grrunorm.lex")},
-                       {"Interframe", InStartup("gram_mod.dll")}};
-  const Values thesaurus = With(kEngineOptions, {{"Original LID", "1033"}, {"Action", "1"}, {"Attached", "1"},
-                                                 {"Engine", InStartup("KVILTH32.DLL")},
-                                                 {"Dictionary", InStartup("thrunorm.lex")},
-                                                 {"Interframe", InStartup("thes_mod.dll")}});
-  const Values hyphenator = With(kHyphenatorRecord, With(kEngineOptions, {{"Engine", InStartup("inhy32ru.dll")},
-                                                                          {"Dictionary", InStartup("hyRUnorm.lex")}}));
+  // The programs' records name the files each engine loads.
+  const Values grammar{{"Action", "1"}, {"Attached", "1"}, {"Options", "1"}, {"Engine", InStartup("KVILGR32.DLL")},
+                       {"Dictionary", InStartup("grrunorm.lex")}, {"Interframe", InStartup("gram_mod.dll")}};
+  const Values thesaurus =
+      With(kEngineOptions, {{"Original LID", "1033"}, {"Action", "1"}, {"Attached", "1"},
+                            {"Engine", InStartup("KVILTH32.DLL")}, {"Dictionary", InStartup("thrunorm.lex")},
+                            {"Interframe", InStartup("thes_mod.dll")}});
+  const Values hyphenator = With(kHyphenatorRecord, {{"Options", kEngineOptions.at("Options")},
+                                                     {"Engine", InStartup("inhy32ru.dll")},
+                                                     {"Dictionary", InStartup("hyRUnorm.lex")}});
   const Request requests[] = {
       {"Unknown", "Unknown\\0.0", 0, "Spelling", kSpellerRecord},
       {"Unknown", "Unknown\\0.0", 3, "Hyphenate", kHyphenatorRecord},
@@ -66,8 +64,7 @@ TEST_F(OwnTools, EveryHostsTypicalRequestRoundTripsItsRecord) {
       {"Editor", "KVILEDITOR\\8.0", 3, "Hyphenate", hyphenator},
       {"AGENT", "KVLAGENT\\8.0", 0, "Spelling", With(kSpellerRecord, kEngineOptions)},
       {"STDSP", "KVLSTDSP\\8.0", 0, "Spelling", With(kSpellerRecord, kEngineOptions)},
-      {"STDSP", "KVLSTDSP\\8.0", 1, "Grammar", grammar},
-      {"STDSP", "KVLSTDSP\\8.0", 3, "Hyphenate", hyphenator},
+      {"STDSP", "KVLSTDSP\\8.0", 2, "Thesaurus", thesaurus},
   };
   for (const Request& r : requests) {
     SCOPED_TRACE(testing::Message() << r.suffix << " kind " << r.kind);
@@ -92,11 +89,10 @@ TEST_F(OwnTools, EveryHostsTypicalRequestRoundTripsItsRecord) {
 // registered itself: under the product folder as recorded, trailing backslash
 // and all, with its own backslash before the program.
 TEST_F(OwnTools, RefusedKindsAndLanguagesLeaveNoRecord) {
-  const KindAnswers refused[] = {
-      {"Unknown", 4, 1, 1, 0, 0, 0},   {"Unknown", -1, 1, 1, 0, 0, 0},           {"Editor", 4, 1, 0, kNA, 0, 0},
-      {"Editor", -1, 1, 0, kNA, 0, 0}, {"Editor", 0x7fffffff, 1, 0, kNA, 0, 0},
-  };
-  for (const KindAnswers& answers : refused) ExpectAnswers(answers);
+  for (const KindAnswers& answers : {KindAnswers{"Unknown", 4, 1, 1, 0, 0, 0}, {"Unknown", -1, 1, 1, 0, 0, 0},
+                                     {"Editor", 4, 1, 0, kNA, 0, 0}, {"Editor", -1, 1, 0, kNA, 0, 0}}) {
+    ExpectAnswers(answers);
+  }
   for (int kind : {1, 2, 3, 4}) EXPECT_EQ(Call("Attach", "AGENT", kind), kNA) << kind;
   EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kProductRecords));
   EXPECT_TRUE(InMenu("Kvil Editor.lnk"));
@@ -110,6 +106,17 @@ TEST_F(OwnTools, RefusedKindsAndLanguagesLeaveNoRecord) {
                     {"KVILEDITOR\\8.0", "key"},
                     {"KVILEDITOR\\8.0:Path", "sz:" + product().options.productDir + "\\\\KvilEditor.exe"},
                     {"KVILEDITOR\\8.0:Name", "sz:Kvil Editor"}}));
+}
+
+// Without the product nothing is recorded, not even the Editor's own registration.
+TEST_F(OwnTools, WithoutTheProductNothingIsRecorded) {
+  RegDeleteTreeA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Kvil");
+  const Values machine = Machine();
+  for (const char* suffix : {"Unknown", "Editor"}) {
+    EXPECT_EQ(Call("Attach", suffix, 0), 0u) << suffix;
+    EXPECT_EQ(Call("Detach", suffix, 3, 1033), 0u) << suffix;
+  }
+  EXPECT_EQ(Machine(), machine);
 }
 
 // Each program moves its Start-menu shortcut by its own rule: the Editor's

@@ -54,6 +54,17 @@ class NonOfficeHostTest : public HostFamilyTest {
     for (const auto& [name, value] : FolderContents(folder().path())) machine["file|" + name] = value;
     return machine;
   }
+  // Machine() without the product's records and the shared proofing
+  // registration, which stay behind a detach: what belongs to the hosts.
+  Values HostsOwn() const {
+    Values own;
+    for (const auto& [name, value] : Machine()) {
+      if (!name.starts_with("SOFTWARE|Tervane") && !name.starts_with("SOFTWARE|Microsoft\\Shared Tools")) {
+        own[name] = value;
+      }
+    }
+    return own;
+  }
   // The shared registration of the product's Russian speller.
   Values SpellerRegistration() const {
     return {{"Engine", InStartup("kvilsp3.dll")}, {"Dictionary", InStartup("SPRUNORM.LEX")}};
