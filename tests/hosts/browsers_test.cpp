@@ -51,18 +51,6 @@ class Browsers : public NonOfficeHostTest {
     InstallFirefoxProductModule(folder().Join("Kvil9"));
   }
   std::string Browser(const std::string& relative) const { return folder().Join("Browsers\\" + relative); }
-  // Every key and file the browsers' setups leave.
-  Values HostState() const {
-    Values state;
-    for (const auto& [root, key] : {std::pair<HKEY, const char*>{HKEY_LOCAL_MACHINE, "SOFTWARE\\Mozilla"},
-                                    {HKEY_LOCAL_MACHINE, kIeKey}, {HKEY_LOCAL_MACHINE, kIe6SetupKey},
-                                    {HKEY_LOCAL_MACHINE, kIeAppPathsKey}, {HKEY_CLASSES_ROOT, "CLSID"},
-                                    {HKEY_CURRENT_USER, "Software"}}) {
-      for (const auto& [name, value] : DescribeTree(root, key)) state[std::string(key) + "|" + name] = value;
-    }
-    for (const auto& [name, value] : FolderContents(folder().Join("Browsers"))) state["file|" + name] = value;
-    return state;
-  }
   // Opera's settings naming the product's engine, then the rest of the file.
   std::string OperaSettings(const std::string& rest) const {
     return "[Spell check]\r\nSpell check engine=" + product().options.productDir +
@@ -95,7 +83,7 @@ class BrowserRequest : public Browsers, public testing::WithParamInterface<Membe
 TEST_P(BrowserRequest, TheSpellerIsAttachedTwiceKeepingTheFirstBackupAndDetachedByteForByte) {
   const Member& m = GetParam();
   m.install(folder().Join("Browsers"));
-  const Values before = HostState();
+  const Values before = HostsOwn();
   const std::string firefoxModule =
       m.effect == Effect::kModule ? ReadFileBytes(Browser("Firefox\\components\\myspell.dll")) : "";
   std::string list = m.info + std::string(1, '\0') + std::string(m.filedAs).substr(std::strcspn(m.filedAs, "\\") + 1);
@@ -111,7 +99,7 @@ TEST_P(BrowserRequest, TheSpellerIsAttachedTwiceKeepingTheFirstBackupAndDetached
   EXPECT_EQ(Call("Detach", m.suffix, 0), 1u);
   EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record(m.filedAs, "Spelling"), "Attached"), 0u);
   EXPECT_EQ(Call("Check", m.suffix, 0), 0u);
-  EXPECT_EQ(HostState(), before);
+  EXPECT_EQ(HostsOwn(), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(Members, BrowserRequest, testing::ValuesIn(kMembers),
@@ -172,9 +160,9 @@ TEST_F(Browsers, FirefoxsModuleIsNeverLost) {
   const std::string module = Browser("Firefox\\components\\myspell.dll");
   const std::string bin = std::string(kFirefoxKey) + " 2.0.0.20\\bin";
   auto expectRecordsOnly = [&] {
-    const Values state = HostState();
+    const Values state = HostsOwn();
     EXPECT_EQ(Call("Attach", "FireFox20", 0), 1u);
-    EXPECT_EQ(HostState(), state);
+    EXPECT_EQ(HostsOwn(), state);
     EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, std::string(kFirefoxOptions) + "\\1049"), kSpellerRecord);
     EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record("FIREFOX\\2.0", "Spelling")), (Values{{"Attached", "1"}}));
   };
@@ -274,17 +262,17 @@ TEST_F(Browsers, OperaEditsOnlySettingsItCanTrust) {
                                          Browser("Gone\\opera.exe"), deep + "\\opera.exe"}) {
     SCOPED_TRACE(commandLine);
     WriteText(HKEY_CURRENT_USER, kOperaKey, "Last CommandLine", commandLine);
-    const Values state = HostState();
+    const Values state = HostsOwn();
     EXPECT_EQ(Call("Exist", "Opera90", 0), 0u);
     EXPECT_EQ(Call("Attach", "Opera90", 0), 0u);
     EXPECT_EQ(Call("Detach", "Opera90", 0), 1u);
-    EXPECT_EQ(HostState(), state);
+    EXPECT_EQ(HostsOwn(), state);
   }
   WriteText(HKEY_CURRENT_USER, kOperaKey, "Last CommandLine", Browser("Opera\\opera.exe"));
   WriteSettingsFile(Browser("Opera\\spellcheck.ini"), kOperaOwnSettings + std::string(64 * 1024, ';'));
-  const Values state = HostState();
+  const Values state = HostsOwn();
   EXPECT_EQ(Call("Attach", "Opera90", 0), 0u);
-  EXPECT_EQ(HostState(), state);
+  EXPECT_EQ(HostsOwn(), state);
 
   ASSERT_TRUE(DeleteFileA(Browser("Opera\\spellcheck.ini").c_str()));
   ASSERT_EQ(Call("Attach", "Opera90", 0), 1u);

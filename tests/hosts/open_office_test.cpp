@@ -28,14 +28,6 @@ class Suites : public NonOfficeHostTest {
     suite_ = folder().Join("Suite");
   }
   Files ProductExtension() const { return FolderContents(product().options.productDir + "\\kvillo"); }
-  // The suites' own keys and the suite's folder.
-  std::pair<Values, Files> Suite() const {
-    Values keys;
-    for (const std::string key : {"SOFTWARE\\LibreOffice", "SOFTWARE\\OpenOffice.org", "SOFTWARE\\OpenOffice"}) {
-      for (const auto& [path, value] : DescribeTree(HKEY_LOCAL_MACHINE, key)) keys[key + "\\" + path] = value;
-    }
-    return {keys, FolderContents(suite_)};
-  }
   // The added-files list, saved as the setup program saves it, names the suite's
   // UNO module and nothing else.
   void ExpectOnlyTheModuleListed() const {
@@ -70,7 +62,7 @@ class SuiteMember : public Suites, public testing::WithParamInterface<Member> {}
 TEST_P(SuiteMember, AttachPlacesTheExtensionAndDetachTakesItOut) {
   const Member& m = GetParam();
   const std::string program = InstallOfficeSuite(m.family, m.subkey, suite_);
-  const auto installed = Suite();
+  const auto installed = HostsOwn();
   EXPECT_EQ(Call("Exist", m.suffix, 0, m.lcid), 1u);
   EXPECT_EQ(Call("Avail", m.suffix, 0, m.lcid), 1u);
   EXPECT_EQ(InfoList(m.suffix), Soffice(m.version));
@@ -88,7 +80,7 @@ TEST_P(SuiteMember, AttachPlacesTheExtensionAndDetachTakesItOut) {
   EXPECT_EQ(Call("Detach", m.suffix, 0, m.lcid), 1u);
   EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, record), With(options, {{"Attached", "0"}}));
   EXPECT_EQ(Call("Check", m.suffix, 0, m.lcid), 0u);
-  EXPECT_EQ(Suite(), installed);
+  EXPECT_EQ(HostsOwn(), installed);
   ExpectOnlyTheModuleListed();
 }
 
@@ -160,10 +152,10 @@ TEST_F(Suites, AProgramThatNamesNoFolderLeavesTheSuiteAlone) {
     SCOPED_TRACE(program);
     if (program.empty()) RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, suiteKey.c_str(), "Path");
     if (!program.empty()) WriteText(HKEY_LOCAL_MACHINE, suiteKey, "Path", program);
-    const auto attached = Suite();
+    const auto attached = HostsOwn();
     EXPECT_EQ(Call("Attach", "OpenOffice3", 0), 1u);
     EXPECT_EQ(Call("Detach", "OpenOffice3", 0), 1u);
-    EXPECT_EQ(Suite(), attached);
+    EXPECT_EQ(HostsOwn(), attached);
     EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, SuiteRecord("3.4"), "Path"), "");
   }
   ExpectOnlyTheModuleListed();
@@ -180,7 +172,7 @@ TEST_F(Suites, OnlyTheSpellerCopiesAndAnyToolDetaches) {
   }
   EXPECT_EQ(Machine(), machine);
 
-  const auto installed = Suite();
+  const auto installed = HostsOwn();
   ASSERT_EQ(Call("Attach", "LibreOffice3", 1), 1u);
   ASSERT_EQ(Call("Attach", "LibreOffice3", 3), 1u);
   EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record("SOFFICE\\3.5", "Grammar")),
@@ -188,11 +180,11 @@ TEST_F(Suites, OnlyTheSpellerCopiesAndAnyToolDetaches) {
   EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record("SOFFICE\\3.5", "Hyphenation"), "Attached"), 1u);
   EXPECT_EQ(Call("Check", "LibreOffice3", 3), 0u);
   EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, SuiteRecord("3.5")), Values{});
-  EXPECT_EQ(Suite(), installed);
+  EXPECT_EQ(HostsOwn(), installed);
 
   ASSERT_EQ(Call("Attach", "LibreOffice3", 0), 1u);
   EXPECT_EQ(Call("Detach", "LibreOffice3", 1), 1u);
-  EXPECT_EQ(Suite(), installed);
+  EXPECT_EQ(HostsOwn(), installed);
   EXPECT_EQ(Call("Check", "LibreOffice3", 0), 1u);
 }
 

@@ -53,8 +53,7 @@ TEST_F(TheBat, AttachFilesTheClientUnderItsProgramAndDetachClearsOnlyTheRecord) 
 
   EXPECT_EQ(Call("Detach", "TheBat50", 0), 1u);
   EXPECT_EQ(Call("Check", "TheBat50", 0), 0u);
-  const std::string flag = "SOFTWARE|" + std::string(kProductRecords).substr(9) + "\\THEBAT\\6.0\\Spelling\\1049:Attached";
-  EXPECT_EQ(Added(attached, Machine()), (Values{{flag, "0"}}));
+  EXPECT_EQ(Added(attached, Machine()), (Values{{MachineValue(Record("THEBAT\\6.0", "Spelling"), "Attached"), "0"}}));
   // Neither operation touches the user's keys or the client's files.
   for (const auto& [name, value] : Added(machine, attached)) EXPECT_TRUE(name.starts_with("SOFTWARE|")) << name;
 }

@@ -54,6 +54,10 @@ class NonOfficeHostTest : public HostFamilyTest {
     for (const auto& [name, value] : FolderContents(folder().path())) machine["file|" + name] = value;
     return machine;
   }
+  // How Machine() names a value of HKLM "SOFTWARE\...".
+  static std::string MachineValue(const std::string& key, const std::string& name) {
+    return "SOFTWARE|" + key.substr(std::string("SOFTWARE\\").size()) + ":" + name;
+  }
   // Machine() without the product's records and the shared proofing
   // registration, which stay behind a detach: what belongs to the hosts.
   Values HostsOwn() const {
