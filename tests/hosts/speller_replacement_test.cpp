@@ -237,6 +237,9 @@ TEST_F(SpellerReplacement, UnusableHostFoldersAreNotFound) {
       EXPECT_FALSE(FileExists(Kept(*v.member)));
     }
   }
+  // A Data Path of separators alone tidies to nothing.
+  WriteText(HKEY_LOCAL_MACHINE, WordProSpellKey("3.0"), "Data Path", "\\\\");
+  EXPECT_EQ(Call("Avail", "WPRO96", 0), 0u);
 
   std::string spell = folder().path();
   while (spell.size() + 53 <= 247) spell.append("\\").append(50, 'x');
