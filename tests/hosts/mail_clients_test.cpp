@@ -2,66 +2,53 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
 
-#include "host_family_test.h"
 #include "mail_fixture.h"
+#include "non_office_host_test.h"
 #include "office_fixture.h"
 
 namespace kvil::test {
 namespace {
 
-using Values = std::map<std::string, std::string>;
 using Installer = void (*)(const std::string& folder, MailProgram program);
-
-const Values kSpellerRecord{{"Learning", "1"}, {"StrictYO", "1"},  {"Original LID", "1033"},
-                            {"Action", "1"},   {"Attached", "1"}, {"Supplement dictionaries", "sz:Normal"}};
 
 struct Member {
   const char* suffix;
   Installer install;
   MailProgram version;
-  const char* hostKey;  // HKLM, compared whole
   const char* program;
-  const char* applicationKey;
-  const char* recordVersion;
+  const char* filedAs;    // application key and version
   const char* suiteName;  // null: no suite record
 };
 
 const Member kMembers[] = {
-    {"OUTL_EXPR", InstallOutlookExpress4, {4, 72}, kOutlookExpressKey, "msimn.exe", "MSIMN", "4.72", "Outlook Express"},
-    {"OUTL_EXPR5", InstallOutlookExpress5, {6, 0}, kOutlookExpressKey, "msimn.exe", "MSIMN", "6.0", "Outlook Express"},
-    {"WinMail7", InstallWindowsMail, {6, 0}, kWindowsMailKey, "winmail.exe", "WINMAIL", "6.0", "Windows Mail"},
-    {"WLMail8", InstallWindowsLiveMail, {8, 0}, kWindowsLiveMailKey, "wlmail.exe", "WLMAIL", "8.0", nullptr},
+    {"OUTL_EXPR", InstallOutlookExpress4, {4, 72}, "msimn.exe", "MSIMN\\4.72", "Outlook Express"},
+    {"OUTL_EXPR5", InstallOutlookExpress5, {6, 0}, "msimn.exe", "MSIMN\\6.0", "Outlook Express"},
+    {"WinMail7", InstallWindowsMail, {6, 0}, "winmail.exe", "WINMAIL\\6.0", "Windows Mail"},
+    {"WLMail8", InstallWindowsLiveMail, {8, 0}, "wlmail.exe", "WLMAIL\\8.0", nullptr},
 };
 
-class MailClients : public HostFamilyTest {
- protected:
-  std::string InfoList(const char* suffix) const {
-    char buffer[80] = {};
-    std::int32_t length = sizeof buffer;
-    dll().Info(suffix, 0, 1049, buffer, &length);
-    return std::string(buffer, length);
-  }
-};
-
+class MailClients : public NonOfficeHostTest {};
 class MailClientTypicalRequest : public MailClients, public testing::WithParamInterface<Member> {};
 
+// Detach clears only the record: the shared registration and the suite record
+// stay, and the client's own keys and files are never touched.
 TEST_P(MailClientTypicalRequest, AttachRegistersTheSpellerAndDetachClearsOnlyTheRecord) {
   const Member& m = GetParam();
   const std::string client = folder().Join("Mail");
   m.install(client, m.version);
-  const Values host = DescribeTree(HKEY_LOCAL_MACHINE, m.hostKey);
-  const Values user = DescribeTree(HKEY_CURRENT_USER, "Software");
-  const Values files = FolderContents(client);
+  const Values installed = Machine();
+  std::string list = m.filedAs + std::string(2, '\0');
+  list[list.find('\\')] = '\0';
+  EXPECT_EQ(InfoList(m.suffix), list);
   EXPECT_EQ(Call("Exist", m.suffix, 0), 1u);
   EXPECT_EQ(Call("Avail", m.suffix, 0), 1u);
-  EXPECT_EQ(InfoList(m.suffix), std::string(m.applicationKey) + '\0' + m.recordVersion + '\0' + '\0');
 
   ASSERT_EQ(Call("Attach", m.suffix, 0), 1u);
-  const std::string record = std::string(m.applicationKey) + "\\" + m.recordVersion;
-  Values products{{"", "key"}, {m.applicationKey, "key"}, {record, "key"}, {record + "\\Spelling", "key"},
+  const std::string record = m.filedAs;
+  const std::string key = record.substr(0, record.find('\\'));
+  Values products{{"", "key"}, {key, "key"}, {record, "key"}, {record + "\\Spelling", "key"},
                   {record + "\\Spelling\\1049", "key"}};
   for (const auto& [name, value] : kSpellerRecord) products[record + "\\Spelling\\1049:" + name] = value;
   if (m.suiteName != nullptr) {
@@ -69,24 +56,22 @@ TEST_P(MailClientTypicalRequest, AttachRegistersTheSpellerAndDetachClearsOnlyThe
     products[record + ":Name"] = std::string("sz:") + m.suiteName;
   }
   EXPECT_EQ(DescribeTree(HKEY_LOCAL_MACHINE, kProductRecords), products);
-  const Values registration{{"Engine", InStartup("kvilsp3.dll")}, {"Dictionary", InStartup("SPRUNORM.LEX")}};
-  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Registration("Spelling")), registration);
+  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Registration("Spelling")), SpellerRegistration());
   EXPECT_EQ(Call("Check", m.suffix, 0), 1u);
+  const Values attached = Machine();
+  for (const auto& [name, value] : Added(installed, attached)) EXPECT_TRUE(name.starts_with("SOFTWARE|")) << name;
 
   EXPECT_EQ(Call("Detach", m.suffix, 0), 1u);
-  EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record(record, "Spelling"), "Attached"), 0u);
-  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Registration("Spelling")), registration);
   EXPECT_EQ(Call("Check", m.suffix, 0), 0u);
-  EXPECT_EQ(DescribeTree(HKEY_LOCAL_MACHINE, m.hostKey), host);
-  EXPECT_EQ(DescribeTree(HKEY_CURRENT_USER, "Software"), user);
-  EXPECT_EQ(FolderContents(client), files);
+  EXPECT_EQ(Added(attached, Machine()), (Values{{MachineValue(Record(record, "Spelling"), "Attached"), "0"}}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Members, MailClientTypicalRequest, testing::ValuesIn(kMembers),
                          [](const testing::TestParamInfo<Member>& member) { return std::string(member.param.suffix); });
 
-// The version is the program's "major.minor", or the client's fallback; a
-// client is found by its first character alone.
+// The version is the program's "major.minor", or the client's fallback, which
+// for Outlook Express differs between the records and the suite record; a
+// client is found by the version's first character alone.
 TEST_F(MailClients, VersionComesFromTheProgramOrTheClientsFallbacks) {
   const struct {
     const char* suffix;
@@ -120,7 +105,10 @@ TEST_F(MailClients, VersionComesFromTheProgramOrTheClientsFallbacks) {
   }
 }
 
-TEST_F(MailClients, OutlookExpress5AlsoHandsOffice2000sInstallerComponentsToTheProduct) {
+// Outlook Express 5 also points Office 2000's Installer components at the
+// product. An attach that fails (the product has no English start-up folder)
+// keeps what it wrote, with a record saying not attached.
+TEST_F(MailClients, OutlookExpress5HandsOffice2000sComponentsOverAndAFailedAttachKeepsWhatItWrote) {
   InstallOutlookExpress5(folder().Join("Outlook Express"));
   SetOfficeInstallRoot(9, "Common", office_ + "\\");
   RegisterUninstallEntry(kOffice2000RussianProductCode);
@@ -132,16 +120,12 @@ TEST_F(MailClients, OutlookExpress5AlsoHandsOffice2000sInstallerComponentsToTheP
   EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, component),
             (Values{{packed, InStartup("kvilsp3.dll")},
                     {"Saved by Kvil 8:" + packed, "sz:" + office_ + "\\Proof\\MSSP3RU.DLL"}}));
-}
 
-TEST_F(MailClients, FailedAttachLeavesTheSuiteRecordAndARecordSayingNotAttached) {
-  InstallWindowsMail(folder().Join("Mail"));
-  ASSERT_EQ(Call("Attach", "WinMail7", 0, 1033), 0u);  // the product has no English start-up folder
-  EXPECT_EQ(DescribeTree(HKEY_LOCAL_MACHINE, std::string(kProductRecords) + "\\WINMAIL\\6.0"),
-            (Values{{"", "key"}, {":Path", "sz:" + folder().Join("Mail") + "\\winmail.exe"},
-                    {":Name", "sz:Windows Mail"}, {"Spelling", "key"}, {"Spelling\\1033", "key"},
-                    {"Spelling\\1033:Attached", "0"}}));
-  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kSharedProofingTools));
+  ASSERT_EQ(Call("Attach", "OUTL_EXPR5", 0, 1033), 0u);
+  EXPECT_EQ(DescribeTree(HKEY_LOCAL_MACHINE, std::string(kProductRecords) + "\\MSIMN\\6.0\\Spelling\\1033"),
+            (Values{{"", "key"}, {":Attached", "0"}}));
+  EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, std::string(kProductRecords) + "\\MSIMN\\6.0", "Name"), "Outlook Express");
+  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, Registration("Spelling", 1033)));
 }
 
 // Only the speller is taken, and a client is found only through a usable
@@ -151,7 +135,7 @@ TEST_F(MailClients, OtherToolKindsAndUnusableInstallRootsAreRefusedAndChangeNoth
   // A folder whose program's path would take 260 characters.
   const std::string longFolder = folder().path() + "\\" + std::string(247 - folder().path().size(), 'm');
   CreateFolder(longFolder);
-  const Values machine = DescribeTree(HKEY_LOCAL_MACHINE, "SOFTWARE");
+  const Values machine = Machine();
   for (const Member& m : kMembers) {
     for (const int kind : {1, 2, 3, 4, -1}) {
       SCOPED_TRACE(testing::Message() << m.suffix << " kind " << kind);
@@ -162,7 +146,6 @@ TEST_F(MailClients, OtherToolKindsAndUnusableInstallRootsAreRefusedAndChangeNoth
     }
     EXPECT_EQ(Call("Detach", m.suffix, 4), 0u);
   }
-
   const std::string program = folder().Join("WinMail7\\winmail.exe");
   for (const char* root : {static_cast<const char*>(nullptr), "WinMail7", longFolder.c_str(), "C:\\Missing\\Mail",
                            program.c_str()}) {
@@ -173,7 +156,7 @@ TEST_F(MailClients, OtherToolKindsAndUnusableInstallRootsAreRefusedAndChangeNoth
     EXPECT_EQ(InfoList("WinMail7"), std::string("WINMAIL\0" "6.0\0\0", 13));
   }
   WriteText(HKEY_LOCAL_MACHINE, kWindowsMailKey, "InstallRoot", folder().Join("WinMail7"));
-  EXPECT_EQ(DescribeTree(HKEY_LOCAL_MACHINE, "SOFTWARE"), machine);
+  EXPECT_EQ(Machine(), machine);
 }
 
 }  // namespace

@@ -2,56 +2,41 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <map>
 #include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
 
-#include "host_family_test.h"
+#include "non_office_host_test.h"
 #include "open_office_fixture.h"
 #include "win32_support.h"
 
 namespace kvil::test {
 namespace {
 
-using Values = std::map<std::string, std::string>;
 using Files = std::map<std::string, std::string>;
 using enum SuiteFamily;
 
 constexpr char kExtension[] = "\\share\\extensions\\kvillo";
 constexpr char kUnoModule[] = "\\share\\extensions\\kvillo\\Windows\\kvil4ooo-kvil.uno.dll";
 
-class Suites : public HostFamilyTest {
+class Suites : public NonOfficeHostTest {
  protected:
   void SetUp() override {
-    HostFamilyTest::SetUp();
+    NonOfficeHostTest::SetUp();
     WriteProductExtension(product().options.productDir);
     suite_ = folder().Join("Suite");
   }
   Files ProductExtension() const { return FolderContents(product().options.productDir + "\\kvillo"); }
-  // The suites' own keys and the suite's folder.
-  std::pair<Values, Files> Suite() const {
-    Values keys;
-    for (const std::string key : {"SOFTWARE\\LibreOffice", "SOFTWARE\\OpenOffice.org", "SOFTWARE\\OpenOffice"}) {
-      for (const auto& [path, value] : DescribeTree(HKEY_LOCAL_MACHINE, key)) keys[key + "\\" + path] = value;
-    }
-    return {keys, FolderContents(suite_)};
-  }
-  // The added-files list, saved as the setup program saves it, names path and nothing else.
-  void ExpectListedAlone(const std::string& path) const {
+  // The added-files list, saved as the setup program saves it, names the suite's
+  // UNO module and nothing else.
+  void ExpectOnlyTheModuleListed() const {
     const std::string list = SavedAddedFiles();
-    EXPECT_NE(list.find("fullpath=\"" + path + "\""), std::string::npos) << list;
+    EXPECT_NE(list.find("fullpath=\"" + suite_ + kUnoModule + "\""), std::string::npos) << list;
     EXPECT_EQ(list.find("fullpath="), list.rfind("fullpath=")) << list;
   }
-  std::string Info(const char* suffix) const {
-    char buffer[64] = {};
-    std::int32_t length = sizeof buffer;
-    EXPECT_EQ(dll().Info(suffix, 0, 1049, buffer, &length), 1u);
-    return std::string(buffer, length);
-  }
   static std::string SuiteRecord(const std::string& version) { return kProductRecords + ("\\SOFFICE\\" + version); }
+  static std::string Soffice(const std::string& version) { return "SOFFICE" + std::string(1, '\0') + version + '\0' + '\0'; }
 
   std::string suite_;
 };
@@ -73,31 +58,30 @@ const Member kMembers[] = {
 
 class SuiteMember : public Suites, public testing::WithParamInterface<Member> {};
 
+// The list outlives the detach: the uninstaller still learns of the module.
 TEST_P(SuiteMember, AttachPlacesTheExtensionAndDetachTakesItOut) {
-  const auto& [suffix, family, subkey, version, name, lcid] = GetParam();
-  const std::string program = InstallOfficeSuite(family, subkey, suite_);
-  const auto installed = Suite();
-  EXPECT_EQ(Call("Exist", suffix, 0, lcid), 1u);
-  EXPECT_EQ(Call("Avail", suffix, 0, lcid), 1u);
-  EXPECT_EQ(Info(suffix), std::string("SOFFICE\0", 8) + version + std::string(2, '\0'));
+  const Member& m = GetParam();
+  const std::string program = InstallOfficeSuite(m.family, m.subkey, suite_);
+  const auto installed = HostsOwn();
+  EXPECT_EQ(Call("Exist", m.suffix, 0, m.lcid), 1u);
+  EXPECT_EQ(Call("Avail", m.suffix, 0, m.lcid), 1u);
+  EXPECT_EQ(InfoList(m.suffix), Soffice(m.version));
 
-  ASSERT_EQ(Call("Attach", suffix, 0, lcid), 1u);
-  const std::string record = Record(std::string("SOFFICE\\") + version, "Spelling", lcid);
-  Values options{{"Attached", "1"}, {"Learning", "1"}, {"Action", "1"}, {"Original LID", "1033"},
-                 {"Supplement dictionaries", "sz:Normal"}};
-  if (lcid == 1049) options["StrictYO"] = "1";
+  ASSERT_EQ(Call("Attach", m.suffix, 0, m.lcid), 1u);
+  const std::string record = Record(std::string("SOFFICE\\") + m.version, "Spelling", m.lcid);
+  Values options = kSpellerRecord;
+  if (m.lcid != 1049) options.erase("StrictYO");
   EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, record), options);
-  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, SuiteRecord(version)),
-            (Values{{"Path", "sz:" + program}, {"Name", std::string("sz:") + name}}));
+  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, SuiteRecord(m.version)),
+            (Values{{"Path", "sz:" + program}, {"Name", std::string("sz:") + m.name}}));
   EXPECT_EQ(FolderContents(suite_ + kExtension), ProductExtension());
-  EXPECT_EQ(Call("Check", suffix, 0, lcid), 1u);
+  EXPECT_EQ(Call("Check", m.suffix, 0, m.lcid), 1u);
 
-  EXPECT_EQ(Call("Detach", suffix, 0, lcid), 1u);
-  EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, record, "Attached"), 0u);
-  EXPECT_EQ(Call("Check", suffix, 0, lcid), 0u);
-  EXPECT_EQ(Suite(), installed);
-  // The list outlives the detach: the uninstaller still learns of the module.
-  ExpectListedAlone(suite_ + kUnoModule);
+  EXPECT_EQ(Call("Detach", m.suffix, 0, m.lcid), 1u);
+  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, record), With(options, {{"Attached", "0"}}));
+  EXPECT_EQ(Call("Check", m.suffix, 0, m.lcid), 0u);
+  EXPECT_EQ(HostsOwn(), installed);
+  ExpectOnlyTheModuleListed();
 }
 
 INSTANTIATE_TEST_SUITE_P(Members, SuiteMember, testing::ValuesIn(kMembers),
@@ -118,8 +102,8 @@ TEST_F(Suites, TheFirstVersionSubkeyDecides) {
       EXPECT_EQ(Call(operation, "LibreOffice3", 2), libreOffice3) << operation;
       EXPECT_EQ(Call(operation, "LibreOffice4", 2), libreOffice4) << operation;
     }
-    EXPECT_EQ(Info("LibreOffice3"), std::string("SOFFICE\0", 8) + version3 + std::string(2, '\0'));
-    EXPECT_EQ(Info("LibreOffice4"), std::string("SOFFICE\0", 8) + version4 + std::string(2, '\0'));
+    EXPECT_EQ(InfoList("LibreOffice3"), Soffice(version3));
+    EXPECT_EQ(InfoList("LibreOffice4"), Soffice(version4));
   }
 }
 
@@ -143,46 +127,52 @@ TEST_F(Suites, OpenOfficeLooksUnderOpenOfficeOrgFirst) {
   EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, SuiteRecord("3.4"), "Path"), "");
 }
 
-// A program that is not registered, relative or too long names no folder: the
-// records are written, the suite (and an extension already there) left alone,
-// and LibreOffice 4 says "not applicable" for the speller. Without a suite at
-// all the records go under 0.0.
+// Without a suite the records go under 0.0, the suite record names no program,
+// and LibreOffice 4 says "not applicable" for the speller. A program that is not
+// registered, relative or too long names no folder either: the records are
+// written and the suite, with the extension already there, left alone.
 TEST_F(Suites, AProgramThatNamesNoFolderLeavesTheSuiteAlone) {
-  const std::string overLong = suite_ + std::string(260, 'x') + "\\program\\soffice.exe";
-  for (const Member& member : kMembers) {
-    const bool notApplicable = std::string(member.suffix) == "LibreOffice4";
-    EXPECT_EQ(Call("Attach", member.suffix, 0), notApplicable ? kNotApplicable : 1u) << member.suffix;
-    EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, SuiteRecord("0.0")).size(), notApplicable ? 0u : 2u);
-    EXPECT_EQ(Call("Check", member.suffix, 0), 0u);
-    EXPECT_EQ(Call("Detach", member.suffix, 0), 1u);
+  for (const Member& m : kMembers) {
+    const bool notApplicable = std::string(m.suffix) == "LibreOffice4";
+    EXPECT_EQ(Call("Attach", m.suffix, 0), notApplicable ? kNotApplicable : 1u) << m.suffix;
+    const std::string name = std::string(m.name).substr(0, std::string(m.name).rfind(' ') + 1) + "0.0";
+    EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, SuiteRecord("0.0")),
+              notApplicable ? Values{} : (Values{{"Path", "sz:"}, {"Name", "sz:" + name}}));
+    EXPECT_EQ(Call("Check", m.suffix, 0), 0u);
+    EXPECT_EQ(Call("Detach", m.suffix, 0), 1u);
     EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record("SOFFICE\\0.0", "Spelling"), "Attached"), 0u);
-
-    InstallOfficeSuite(member.family, member.subkey, suite_);
-    ASSERT_EQ(Call("Attach", member.suffix, 0), 1u);
-    const std::string suiteKey = SuiteRegistryKey(member.family, member.subkey) + "\\" + member.subkey;
-    for (const std::string program : {"", "program\\soffice.exe", "\\Suite\\program\\soffice.exe", overLong.c_str()}) {
-      SCOPED_TRACE(member.suffix + (" " + program));
-      if (program.empty()) RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, suiteKey.c_str(), "Path");
-      if (!program.empty()) WriteText(HKEY_LOCAL_MACHINE, suiteKey, "Path", program);
-      const auto attached = Suite();
-      EXPECT_EQ(Call("Attach", member.suffix, 0), notApplicable ? kNotApplicable : 1u);
-      EXPECT_EQ(Call("Detach", member.suffix, 0), 1u);
-      EXPECT_EQ(Suite(), attached);
-      if (!notApplicable) {
-        EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, SuiteRecord(member.version), "Path"), "");
-      }
-    }
-    RegDeleteTreeA(HKEY_LOCAL_MACHINE, SuiteRegistryKey(member.family, member.subkey).c_str());
     RegDeleteTreeA(HKEY_LOCAL_MACHINE, kProductRecords);
   }
-  ExpectListedAlone(suite_ + kUnoModule);
+
+  InstallOfficeSuite(kOpenOffice, "3.4.1", suite_);
+  ASSERT_EQ(Call("Attach", "OpenOffice3", 0), 1u);
+  const std::string suiteKey = "SOFTWARE\\OpenOffice.org\\OpenOffice.org\\3.4.1";
+  const std::string overLong = suite_ + std::string(260, 'x') + "\\program\\soffice.exe";
+  for (const std::string program : {"", "program\\soffice.exe", "\\Suite\\program\\soffice.exe", overLong.c_str()}) {
+    SCOPED_TRACE(program);
+    if (program.empty()) RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, suiteKey.c_str(), "Path");
+    if (!program.empty()) WriteText(HKEY_LOCAL_MACHINE, suiteKey, "Path", program);
+    const auto attached = HostsOwn();
+    EXPECT_EQ(Call("Attach", "OpenOffice3", 0), 1u);
+    EXPECT_EQ(Call("Detach", "OpenOffice3", 0), 1u);
+    EXPECT_EQ(HostsOwn(), attached);
+    EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, SuiteRecord("3.4"), "Path"), "");
+  }
+  ExpectOnlyTheModuleListed();
 }
 
 // The extension carries only the speller, but detaching any tool takes it out;
-// the hyphenator, filed under "Hyphenation", is checked under "Hyphenate".
+// the hyphenator, filed under "Hyphenation", is checked under "Hyphenate". A
+// kind outside the tools writes nothing.
 TEST_F(Suites, OnlyTheSpellerCopiesAndAnyToolDetaches) {
   InstallOfficeSuite(kLibreOffice, "3.5.4", suite_);
-  const auto installed = Suite();
+  const Values machine = Machine();
+  for (const Member& m : kMembers) {
+    for (int kind : {4, -1}) ExpectAnswers({m.suffix, kind, 0, 0, 0, 0, 0});
+  }
+  EXPECT_EQ(Machine(), machine);
+
+  const auto installed = HostsOwn();
   ASSERT_EQ(Call("Attach", "LibreOffice3", 1), 1u);
   ASSERT_EQ(Call("Attach", "LibreOffice3", 3), 1u);
   EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record("SOFFICE\\3.5", "Grammar")),
@@ -190,22 +180,12 @@ TEST_F(Suites, OnlyTheSpellerCopiesAndAnyToolDetaches) {
   EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record("SOFFICE\\3.5", "Hyphenation"), "Attached"), 1u);
   EXPECT_EQ(Call("Check", "LibreOffice3", 3), 0u);
   EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, SuiteRecord("3.5")), Values{});
-  EXPECT_EQ(Suite(), installed);
+  EXPECT_EQ(HostsOwn(), installed);
 
   ASSERT_EQ(Call("Attach", "LibreOffice3", 0), 1u);
   EXPECT_EQ(Call("Detach", "LibreOffice3", 1), 1u);
-  EXPECT_EQ(Suite(), installed);
+  EXPECT_EQ(HostsOwn(), installed);
   EXPECT_EQ(Call("Check", "LibreOffice3", 0), 1u);
-}
-
-TEST_F(Suites, KindsOutsideTheToolsWriteNothing) {
-  InstallOfficeSuite(kLibreOffice, "4.1.0", suite_);
-  InstallOfficeSuite(kOpenOffice, "3.4.1", suite_);
-  const auto machine = std::make_pair(DescribeTree(HKEY_LOCAL_MACHINE, "SOFTWARE"), FolderContents(folder().path()));
-  for (const Member& member : kMembers) {
-    for (int kind : {4, -1}) ExpectAnswers({member.suffix, kind, 0, 0, 0, 0, 0});
-  }
-  EXPECT_EQ(std::make_pair(DescribeTree(HKEY_LOCAL_MACHINE, "SOFTWARE"), FolderContents(folder().path())), machine);
 }
 
 // The suite keeps its program's path in UTF-16, the record in the Cyrillic code
@@ -226,32 +206,32 @@ TEST_F(Suites, TheSuiteRecordHoldsTheProgramInTheCyrillicCodePage) {
 TEST_F(Suites, DetachByTheSetupProgramLeavesTheExtension) {
   char self[MAX_PATH] = {};
   GetModuleFileNameA(nullptr, self, sizeof self);
-  if (!std::string(self).ends_with("\\KvilSetup.exe")) {
-    const std::string setup = folder().Join("setup");
-    CreateFolder(setup);
-    for (const std::string file : {"kvilintg.dll", "template_module.dll", "template_program.exe"}) {
-      ASSERT_TRUE(CopyFileA((RunningExecutableFolder() + "\\" + file).c_str(), (setup + "\\" + file).c_str(), FALSE));
-    }
-    ASSERT_TRUE(CopyFileA(self, (setup + "\\KvilSetup.exe").c_str(), FALSE));
-    std::string command = "KvilSetup.exe --gtest_filter=Suites.DetachByTheSetupProgramLeavesTheExtension";
-    STARTUPINFOA startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    ASSERT_TRUE(CreateProcessA((setup + "\\KvilSetup.exe").c_str(), command.data(), nullptr, nullptr, FALSE, 0,
-                               nullptr, setup.c_str(), &startup, &process));
-    DWORD exitCode = 1;
-    WaitForSingleObject(process.hProcess, INFINITE);
-    GetExitCodeProcess(process.hProcess, &exitCode);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    EXPECT_EQ(exitCode, 0u);
+  if (std::string(self).ends_with("\\KvilSetup.exe")) {
+    InstallOfficeSuite(kOpenOffice, "3.4.1", suite_);
+    ASSERT_EQ(Call("Attach", "OpenOffice3", 0), 1u);
+    EXPECT_EQ(Call("Detach", "OpenOffice3", 0), 1u);
+    EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record("SOFFICE\\3.4", "Spelling"), "Attached"), 0u);
+    EXPECT_EQ(FolderContents(suite_ + kExtension), ProductExtension());
     return;
   }
-  InstallOfficeSuite(kOpenOffice, "3.4.1", suite_);
-  ASSERT_EQ(Call("Attach", "OpenOffice3", 0), 1u);
-  EXPECT_EQ(Call("Detach", "OpenOffice3", 0), 1u);
-  EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record("SOFFICE\\3.4", "Spelling"), "Attached"), 0u);
-  EXPECT_EQ(FolderContents(suite_ + kExtension), ProductExtension());
+  const std::string setup = folder().Join("setup");
+  CreateFolder(setup);
+  for (const std::string file : {"kvilintg.dll", "template_module.dll", "template_program.exe"}) {
+    ASSERT_TRUE(CopyFileA((RunningExecutableFolder() + "\\" + file).c_str(), (setup + "\\" + file).c_str(), FALSE));
+  }
+  ASSERT_TRUE(CopyFileA(self, (setup + "\\KvilSetup.exe").c_str(), FALSE));
+  std::string command = "KvilSetup.exe --gtest_filter=Suites.DetachByTheSetupProgramLeavesTheExtension";
+  STARTUPINFOA startup{};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION process{};
+  ASSERT_TRUE(CreateProcessA((setup + "\\KvilSetup.exe").c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                             setup.c_str(), &startup, &process));
+  // Closed like any kernel handle.
+  const UniqueHandle<HANDLE, FileTraits> thread(process.hThread), child(process.hProcess);
+  DWORD exitCode = 1;
+  WaitForSingleObject(process.hProcess, INFINITE);
+  GetExitCodeProcess(process.hProcess, &exitCode);
+  EXPECT_EQ(exitCode, 0u);
 }
 
 }  // namespace

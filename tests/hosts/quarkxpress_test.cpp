@@ -3,129 +3,98 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <initializer_list>
-#include <map>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "handles.h"
-#include "host_family_test.h"
+#include "non_office_host_test.h"
 #include "quark_fixture.h"
 
 namespace kvil::test {
 namespace {
 
-using Values = std::map<std::string, std::string>;
 using Files = std::map<std::string, std::string>;
-
 constexpr HostResult kNA = kNotApplicable;
 
-class Quark : public HostFamilyTest {
+class Quark : public NonOfficeHostTest {
  protected:
   void SetUp() override {
-    HostFamilyTest::SetUp();
+    NonOfficeHostTest::SetUp();
     quark_ = folder().Join("QuarkXPress");
     xtensions_ = quark_ + "\\XTension";
     InstallProductXTensions(startup_);
   }
   void Install() { InstallQuarkXPress({.folder = quark_}); }
-  // The product's files as FolderContents describes them, each name prefixed.
+  // The product's XTensions as FolderContents describes them, each name prefixed.
   Files Product(std::initializer_list<const char*> names, const std::string& prefix = "") const {
     const Files all = FolderContents(startup_);
     Files chosen;
     for (const char* name : names) chosen[prefix + name] = all.at(name);
     return chosen;
   }
-  std::string Info() const {
-    char buffer[64] = {};
-    std::int32_t length = sizeof buffer;
-    if (dll().Info("QXS40", 0, 1049, buffer, &length) != 1) return "failed";
-    return std::string(buffer, length);
-  }
-  // All the product could change: records, the hosts' keys, every folder.
-  std::vector<Values> Machine() const {
-    return {DescribeTree(HKEY_LOCAL_MACHINE, "SOFTWARE"), DescribeTree(HKEY_CURRENT_USER, "Software"),
-            FolderContents(folder().path())};
-  }
 
   std::string quark_;
   std::string xtensions_;
 };
 
-struct TypicalCase {
-  int kind;
-  const char* tool;
-  const char* xtension;
-  Values record;
-};
-
-TEST_F(Quark, SpellerAndHyphenatorTypicalRequestsRoundTripTheXTensionFolder) {
-  const TypicalCase cases[] = {
-      {0, "Spelling", "xspell.xnt",
-       {{"Learning", "1"}, {"StrictYO", "1"}, {"Original LID", "1033"}, {"Action", "1"}, {"Saved LID", "0"},
-        {"Attached", "1"}, {"Supplement dictionaries", "sz:Normal"}, {"Speller", "sz:" + xtensions_ + "\\xspell.xnt"}}},
-      {3, "Hyphenate", "xhyph.xnt",
-       {{"Original LID", "1033"}, {"Action", "0"}, {"Quality", "1"}, {"Saved LID", "0"}, {"Attached", "1"},
-        {"Hyphenator", "sz:" + xtensions_ + "\\xhyph.xnt"}, {"Engine", InStartup("INHY32RU.DLL")}}},
-  };
+// Both tools round trip; the hot-key XTension both need stays until the last
+// of them is detached.
+TEST_F(Quark, SpellerAndHyphenatorRoundTripTheXTensionFolder) {
   EXPECT_EQ(Call("Exist", "QXS40", 0), 0u);
-  EXPECT_EQ(Info(), "failed");
+  EXPECT_EQ(InfoList("QXS40"), "Info failed");
   InstallQuarkXPress({.folder = quark_, .quotedCommand = false});
   WriteFile(xtensions_ + "\\Kern-Track.xnt", "QuarkXPress's own XTension");
   const Files before = FolderContents(quark_);
-  EXPECT_EQ(Info(), std::string("QuarkXPress\0" "4.0\0\0", 17));
-  for (const TypicalCase& c : cases) {
-    SCOPED_TRACE(c.tool);
-    EXPECT_EQ(Call("Exist", "QXS40", c.kind), 1u);
-    EXPECT_EQ(Call("Avail", "QXS40", c.kind), 1u);
-    ASSERT_EQ(Call("Attach", "QXS40", c.kind), 1u);
-    EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record("QuarkXPress\\4.0", c.tool)), c.record);
-    Files attached = before;
-    attached.merge(Product({c.xtension, "xhotkeys.xnt"}, "XTension\\"));
-    EXPECT_EQ(FolderContents(quark_), attached);
-    EXPECT_EQ(Call("Check", "QXS40", c.kind), 1u);
+  EXPECT_EQ(InfoList("QXS40"), std::string("QuarkXPress\0" "4.0\0\0", 17));
+  for (int kind : {0, 3}) {
+    EXPECT_EQ(Call("Exist", "QXS40", kind), 1u) << kind;
+    EXPECT_EQ(Call("Avail", "QXS40", kind), 1u) << kind;
+    ASSERT_EQ(Call("Attach", "QXS40", kind), 1u) << kind;
+    EXPECT_EQ(Call("Check", "QXS40", kind), 1u) << kind;
+  }
+  const std::pair<std::string, Values> records[] = {
+      {Record("QuarkXPress\\4.0", "Spelling"),
+       With(kSpellerRecord, {{"Saved LID", "0"}, {"Speller", "sz:" + xtensions_ + "\\xspell.xnt"}})},
+      {Record("QuarkXPress\\4.0", "Hyphenate"),
+       With(kHyphenatorRecord, {{"Saved LID", "0"},
+                                {"Hyphenator", "sz:" + xtensions_ + "\\xhyph.xnt"},
+                                {"Engine", InStartup("INHY32RU.DLL")}})},
+  };
+  for (const auto& [key, values] : records) EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, key), values);
+  Files attached = before;
+  attached.merge(Product({"xspell.xnt", "xhyph.xnt", "xhotkeys.xnt"}, "XTension\\"));
+  EXPECT_EQ(FolderContents(quark_), attached);
 
-    EXPECT_EQ(Call("Detach", "QXS40", c.kind), 1u);
-    Values detached = c.record;
-    detached["Attached"] = "0";
-    EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record("QuarkXPress\\4.0", c.tool)), detached);
-    EXPECT_EQ(FolderContents(quark_), before);
-    EXPECT_EQ(Call("Check", "QXS40", c.kind), 0u);
+  EXPECT_EQ(Call("Detach", "QXS40", 0), 1u);
+  EXPECT_EQ(Call("Check", "QXS40", 0), 0u);
+  EXPECT_EQ(Call("Check", "QXS40", 3), 1u);
+  attached.erase("XTension\\xspell.xnt");
+  EXPECT_EQ(FolderContents(quark_), attached);
+  EXPECT_EQ(Call("Detach", "QXS40", 3), 1u);
+  EXPECT_EQ(FolderContents(quark_), before);
+  for (const auto& [key, values] : records) {
+    EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, key), With(values, {{"Attached", "0"}}));
   }
 }
 
-TEST_F(Quark, HotKeysXTensionStaysUntilTheLastToolIsDetached) {
+// The XTension folder is the one the user's preference names; an XTension of
+// the same name already there, whoever put it there, stays and counts as installed.
+TEST_F(Quark, ThePreferredFolderIsUsedAndWhatIsThereIsKept) {
   Install();
-  ASSERT_EQ(Call("Attach", "QXS40", 0), 1u);
-  ASSERT_EQ(Call("Attach", "QXS40", 3), 1u);
-  ASSERT_EQ(Call("Detach", "QXS40", 0), 1u);
-  EXPECT_EQ(FolderContents(xtensions_), Product({"xhyph.xnt", "xhotkeys.xnt"}));
-  EXPECT_EQ(Call("Check", "QXS40", 3), 1u);
-  ASSERT_EQ(Call("Detach", "QXS40", 3), 1u);
-  EXPECT_EQ(FolderContents(xtensions_), Files{});
-}
-
-TEST_F(Quark, XTensionAlreadyInPlaceIsKeptAndCountsAsInstalled) {
-  Install();
-  WriteFile(xtensions_ + "\\xspell.xnt", "another speller XTension");
-  ASSERT_EQ(Call("Attach", "QXS40", 0), 1u);
-  EXPECT_EQ(ReadFileBytes(xtensions_ + "\\xspell.xnt"), "another speller XTension");
-  EXPECT_EQ(ReadFileBytes(xtensions_ + "\\xhotkeys.xnt"), ReadFileBytes(startup_ + "\\xhotkeys.xnt"));
-  EXPECT_EQ(Call("Check", "QXS40", 0), 1u);
-}
-
-TEST_F(Quark, XTensionFolderIsTheOneThePreferenceNames) {
-  Install();
-  CreateFolder(quark_ + "\\Plug-ins");
+  const std::string plugins = quark_ + "\\Plug-ins";
+  CreateFolder(plugins);
   WriteText(HKEY_CURRENT_USER, kQuarkPreferences, kQuarkXTensionPreference, "Plug-ins");
+  WriteFile(plugins + "\\xspell.xnt", "another speller XTension");
+  const Files other = FolderContents(plugins);
   ASSERT_EQ(Call("Attach", "QXS40", 0), 1u);
-  EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, Record("QuarkXPress\\4.0", "Spelling"), "Speller"),
-            quark_ + "\\Plug-ins\\xspell.xnt");
-  EXPECT_EQ(FolderContents(quark_ + "\\Plug-ins"), Product({"xspell.xnt", "xhotkeys.xnt"}));
+  EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, Record("QuarkXPress\\4.0", "Spelling"), "Speller"), plugins + "\\xspell.xnt");
+  Files attached = other;
+  attached.merge(Product({"xhotkeys.xnt"}));
+  EXPECT_EQ(FolderContents(plugins), attached);
   EXPECT_EQ(FolderContents(xtensions_), Files{});
+  EXPECT_EQ(Call("Check", "QXS40", 0), 1u);
 }
 
 // A detach while QuarkXPress runs, holding its XTensions open, cannot delete
@@ -134,13 +103,9 @@ TEST_F(Quark, DetachThatCannotRemoveTheXTensionsKeepsTheHostAttached) {
   Install();
   ASSERT_EQ(Call("Attach", "QXS40", 0), 1u);
   {
-    std::vector<UniqueFile> inUse;
-    for (const char* name : {"xspell.xnt", "xhotkeys.xnt"}) {
-      const std::string path = xtensions_ + "\\" + name;
-      inUse.emplace_back(CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                     FILE_ATTRIBUTE_NORMAL, nullptr));
-      ASSERT_TRUE(inUse.back()) << name;
-    }
+    const UniqueFile speller = HoldOpen(xtensions_ + "\\xspell.xnt");
+    const UniqueFile hotKeys = HoldOpen(xtensions_ + "\\xhotkeys.xnt");
+    ASSERT_TRUE(speller && hotKeys);
     EXPECT_EQ(Call("Detach", "QXS40", 0), 0u);
     EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record("QuarkXPress\\4.0", "Spelling"), "Attached"), 1u);
     EXPECT_EQ(Call("Check", "QXS40", 0), 1u);
@@ -149,23 +114,22 @@ TEST_F(Quark, DetachThatCannotRemoveTheXTensionsKeepsTheHostAttached) {
   EXPECT_EQ(FolderContents(xtensions_), Files{});
 }
 
-struct InstallerCase {
-  WORD major;
-  std::vector<std::pair<int, const char*>> components;  // component index, copy it names
-  const char* expectedCopy;                              // null: QuarkXPress is not found
-};
-
 // Three copies are installed, the open command naming "Opened" last. Before
 // version 6 that is the one; from 6 on it is the copy named by the first of
-// the Installer's components in their order.
+// the Installer's components in their order, and without one QuarkXPress is
+// not found at all.
 TEST_F(Quark, LaterVersionsAreFoundThroughTheInstallersComponents) {
-  const InstallerCase cases[] = {
+  const struct {
+    WORD major;
+    std::vector<std::pair<int, const char*>> components;  // component index, copy it names
+    const char* expectedCopy;                              // null: not found
+  } cases[] = {
       {5, {{0, "Installed"}}, "Opened"},
       {6, {{0, "Installed"}}, "Installed"},
       {7, {{3, "Installed"}, {1, "Other"}}, "Other"},
       {8, {}, nullptr},
   };
-  for (const InstallerCase& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.major);
     RegDeleteTreeA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer");
     for (const char* copy : {"Installed", "Other", "Opened"}) {
@@ -174,16 +138,15 @@ TEST_F(Quark, LaterVersionsAreFoundThroughTheInstallersComponents) {
     for (const auto& [index, copy] : c.components) RegisterQuarkFolderComponent(index, folder().Join(copy) + "\\");
     const std::string version = std::to_string(c.major) + ".0";
     if (c.expectedCopy == nullptr) {
-      const auto before = Machine();
+      const Values before = Machine();
       for (const char* operation : {"Exist", "Attach", "Detach", "Check"}) {
-        EXPECT_EQ(Call(operation, "QXS40", 0), 0u) << operation;
-        EXPECT_EQ(Call(operation, "QXS40", 3), 0u) << operation;
+        for (int kind : {0, 3}) EXPECT_EQ(Call(operation, "QXS40", kind), 0u) << operation << kind;
       }
-      EXPECT_EQ(Info(), "failed");
+      EXPECT_EQ(InfoList("QXS40"), "Info failed");
       EXPECT_EQ(Machine(), before);
       continue;
     }
-    EXPECT_EQ(Info(), "QuarkXPress" + std::string(1, '\0') + version + std::string(2, '\0'));
+    EXPECT_EQ(InfoList("QXS40"), "QuarkXPress" + std::string(1, '\0') + version + std::string(2, '\0'));
     ASSERT_EQ(Call("Attach", "QXS40", 0), 1u);
     const std::string expected = folder().Join(c.expectedCopy) + "\\XTension";
     EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, Record("QuarkXPress\\" + version, "Spelling"), "Speller"),
@@ -194,42 +157,41 @@ TEST_F(Quark, LaterVersionsAreFoundThroughTheInstallersComponents) {
   }
 }
 
-// Host paths too long for a path buffer are refused, never cut into the name of
+// Whatever is refused changes nothing: the kinds QuarkXPress does not take, and
+// host paths too long for a path buffer, which are never cut into the name of
 // another file nor replaced by the default folder.
-TEST_F(Quark, OverLongHostPathsAreRefused) {
+TEST_F(Quark, RefusalsChangeNothing) {
+  Install();
+  ASSERT_EQ(Call("Attach", "QXS40", 0), 1u);
+  const Values attached = Machine();
+  for (const KindAnswers& answers : {KindAnswers{"QXS40", 1, kNA, kNA, kNA, kNA, kNA},
+                                     {"QXS40", 2, kNA, kNA, kNA, kNA, kNA},
+                                     {"QXS40", 5, 0, kNA, kNA, kNA, kNA},
+                                     {"QXS40", -1, 0, kNA, kNA, kNA, kNA}}) {
+    ExpectAnswers(answers);
+  }
+  EXPECT_EQ(Machine(), attached);
+
   const std::string tail(300, ' ');
   const struct {
     HKEY root;
     const char* key;
     const char* name;
     std::string text;
-  } cases[] = {
+  } overLong[] = {
       {HKEY_LOCAL_MACHINE, kQuarkOpenCommand, "", quark_ + "\\QuarkXPress.exe" + tail + "\"%1\""},
       {HKEY_CURRENT_USER, kQuarkPreferences, kQuarkXTensionPreference, "XTension" + tail},
   };
-  for (const auto& c : cases) {
+  for (const auto& c : overLong) {
     SCOPED_TRACE(c.key);
-    Install();
     WriteText(c.root, c.key, c.name, c.text);
-    const auto before = Machine();
-    EXPECT_EQ(Call("Exist", "QXS40", 0), 0u);
-    EXPECT_EQ(Call("Attach", "QXS40", 0), 0u);
+    const Values before = Machine();
+    EXPECT_EQ(Call("Exist", "QXS40", 3), 0u);
+    EXPECT_EQ(Call("Attach", "QXS40", 3), 0u);
     EXPECT_EQ(Machine(), before);
+    RegDeleteKeyValueA(c.root, c.key, c.name);
+    Install();
   }
-}
-
-TEST_F(Quark, ToolKindsQuarkXPressDoesNotTakeGetItsAnswerAndWriteNothing) {
-  Install();
-  ASSERT_EQ(Call("Attach", "QXS40", 0), 1u);
-  const auto before = Machine();
-  const KindAnswers cases[] = {
-      {"QXS40", 1, kNA, kNA, kNA, kNA, kNA},
-      {"QXS40", 2, kNA, kNA, kNA, kNA, kNA},
-      {"QXS40", 5, 0, kNA, kNA, kNA, kNA},
-      {"QXS40", -1, 0, kNA, kNA, kNA, kNA},
-  };
-  for (const KindAnswers& c : cases) ExpectAnswers(c);
-  EXPECT_EQ(Machine(), before);
 }
 
 }  // namespace

@@ -4,241 +4,191 @@
 #include <gtest/gtest.h>
 
 #include <iterator>
-#include <map>
 #include <string>
-#include <utility>
 
-#include "handles.h"
-#include "host_family_test.h"
+#include "non_office_host_test.h"
 #include "replacement_fixture.h"
 
 namespace kvil::test {
 namespace {
 
-using Values = std::map<std::string, std::string>;
 constexpr HostResult kNA = kNotApplicable;
 
-// One member as the tests install it under the scratch folder.
+// One member as the tests install it below the scratch folder.
 struct Member {
   const char* suffix;
-  const char* applicationKey;
-  const char* version;
-  const char* hostKey;       // the host's registry tree, compared whole
-  const char* hostFolder;    // the host's files, compared whole
-  const char* moduleFolder;  // where the module lies, below the scratch folder
-  const char* module;
-  const char* saved;
-  bool spellerNamesHostModule;  // "Speller" names the module itself, not its kept copy
-  const char* spellerEngine;
+  const char* filedAs;
+  const char* moduleFolder;  // below the scratch folder
+  const char* module;        // without ".dll"; the host's own is kept as ".org"
+  bool takesHyphenator;      // and then loads the one module for both tools
+  bool toolNamesModule;      // "Speller" names the module itself, not the kept copy
+  bool engineNamesKeptCopy;  // the speller's "Engine" names the kept copy's file, not the module's
   void (*install)(const std::string& root);
 };
 
 const Member kMembers[] = {
-    {"CDRW60", "CORELDRW", "6.0", "SOFTWARE\\Corel", "Corel60", "Corel60\\Programs", "cdrtpr60.dll", "cdrtpr60.org",
-     true, "cdrtpr60.org",
-     [](const std::string& root) {
-       InstallCorelDraw6(root + "\\Corel60\\Config", "..\\Programs", root + "\\Corel60\\Programs");
+    {"CDRW60", "CORELDRW\\6.0", "Corel60\\Programs", "cdrtpr60", true, true, true,
+     [](const std::string& r) {
+       InstallCorelDraw6(r + "\\Corel60\\Config", "..\\Programs", r + "\\Corel60\\Programs");
      }},
-    {"WPRO96", "WORDPRO", "96.0", "SOFTWARE\\Lotus\\Components\\Spell\\3.0", "Lotus96", "Lotus96\\Spell",
-     "ltspln03.dll", "ltspln03.org", false, "ltspln03.dll",
-     [](const std::string& root) {
-       InstallWordProSpeller("3.0", "ltspln03.dll", root + "\\Lotus96\\Spell\\", root + "\\Lotus96\\Spell");
+    {"WPRO96", "WORDPRO\\96.0", "Lotus96\\Spell", "ltspln03", false, false, false,
+     [](const std::string& r) {
+       InstallWordProSpeller("3.0", "ltspln03.dll", r + "\\Lotus96\\Spell\\", r + "\\Lotus96\\Spell");
      }},
-    {"WPRO97", "WORDPRO", "97.0", "SOFTWARE\\Lotus\\Components\\Spell\\4.0", "Lotus97", "Lotus97\\Spell",
-     "ltspln04.dll", "ltspln04.org", false, "ltspln04.dll",
-     [](const std::string& root) {
-       InstallWordProSpeller("4.0", "ltspln04.dll", root + "\\Lotus97\\Spell\\", root + "\\Lotus97\\Spell");
+    {"WPRO97", "WORDPRO\\97.0", "Lotus97\\Spell", "ltspln04", false, false, false,
+     [](const std::string& r) {
+       InstallWordProSpeller("4.0", "ltspln04.dll", r + "\\Lotus97\\Spell\\", r + "\\Lotus97\\Spell");
      }},
-    {"WPRO2000", "WORDPRO", "98.0", "SOFTWARE\\Lotus\\Components\\Spell\\4.1", "Lotus2000", "Lotus2000\\Spell",
-     "ltspln41.dll", "ltspln41.org", false, "ltspln41.dll",
-     [](const std::string& root) {
-       InstallWordProSpeller("4.1", "ltspln41.dll", root + "\\Lotus2000\\Spell\\", root + "\\Lotus2000\\Spell");
+    {"WPRO2000", "WORDPRO\\98.0", "Lotus2000\\Spell", "ltspln41", false, false, false,
+     [](const std::string& r) {
+       InstallWordProSpeller("4.1", "ltspln41.dll", r + "\\Lotus2000\\Spell\\", r + "\\Lotus2000\\Spell");
      }},
-    {"PM60", "PM6", "6.0", "SOFTWARE\\Adobe\\PageMaker", "PM6", "PM6\\RSRC\\USENGLSH", "prxlng1.dll", "prxlng1.org",
-     false, "prxlng1.org",
-     [](const std::string& root) {
-       InstallPageMaker("SOFTWARE\\Adobe\\PageMaker", "PM6.exe", 6, 0, root + "\\PM6", "RSRC\\USENGLSH");
+    {"PM60", "PM6\\6.0", "PM6\\RSRC\\USENGLSH", "prxlng1", true, false, true,
+     [](const std::string& r) {
+       InstallPageMaker("SOFTWARE\\Adobe\\PageMaker", "PM6.exe", 6, 0, r + "\\PM6", "RSRC\\USENGLSH");
      }},
-    {"PM65", "PM65", "6.5", "SOFTWARE\\Adobe\\PageMaker65", "PM65", "PM65\\RSRC\\USENGLSH", "prxlng1.dll",
-     "prxlng1.org", false, "prxlng1.org",
-     [](const std::string& root) {
-       InstallPageMaker("SOFTWARE\\Adobe\\PageMaker65", "PM65.exe", 6, 5, root + "\\PM65", "RSRC\\USENGLSH");
+    {"PM65", "PM65\\6.5", "PM65\\RSRC\\USENGLSH", "prxlng1", true, false, true,
+     [](const std::string& r) {
+       InstallPageMaker("SOFTWARE\\Adobe\\PageMaker65", "PM65.exe", 6, 5, r + "\\PM65", "RSRC\\USENGLSH");
      }},
-    {"PM70", "PM70", "7.0", "SOFTWARE\\Adobe\\PageMaker70", "PM70", "PM70\\RSRC\\USENGLSH", "prxlng1.dll",
-     "prxlng1.org", false, "prxlng1.org",
-     [](const std::string& root) {
-       InstallPageMaker("SOFTWARE\\Adobe\\PageMaker70", "PM70.exe", 7, 0, root + "\\PM70", "RSRC\\USENGLSH");
+    {"PM70", "PM70\\7.0", "PM70\\RSRC\\USENGLSH", "prxlng1", true, false, true,
+     [](const std::string& r) {
+       InstallPageMaker("SOFTWARE\\Adobe\\PageMaker70", "PM70.exe", 7, 0, r + "\\PM70", "RSRC\\USENGLSH");
      }},
 };
 const Member& kCorelDraw = kMembers[0];
 const Member& kWordPro96 = kMembers[1];
-const Member& kWordPro97 = kMembers[2];
 const Member& kPageMaker65 = kMembers[5];
-const Member& kPageMaker70 = kMembers[6];
 
-const Values kSpellerOptions{{"Learning", "1"}, {"StrictYO", "1"},  {"Original LID", "1033"},
-                             {"Action", "1"},   {"Attached", "1"}, {"Supplement dictionaries", "sz:Normal"}};
-
-class SpellerReplacement : public HostFamilyTest {
+class SpellerReplacement : public NonOfficeHostTest {
  protected:
   void SetUp() override {
-    HostFamilyTest::SetUp();
+    NonOfficeHostTest::SetUp();
     WriteReplacementModules(startup_);
   }
-  std::string Module(const Member& m) const { return folder().Join(m.moduleFolder) + "\\" + m.module; }
-  std::string Saved(const Member& m) const { return folder().Join(m.moduleFolder) + "\\" + m.saved; }
-  std::string Product(const Member& m) const { return ReadFileBytes(startup_ + "\\" + m.module); }
-  std::string RecordOf(const Member& m, const char* tool) const {
-    return Record(std::string(m.applicationKey) + "\\" + m.version, tool);
-  }
-  // The host's own keys and files, for round trips.
-  std::pair<Values, Values> HostState(const Member& m) const {
-    return {DescribeTree(HKEY_LOCAL_MACHINE, m.hostKey), FolderContents(folder().Join(m.hostFolder))};
-  }
-  std::string InfoList(const char* suffix) const {
-    char buffer[64] = {};
-    std::int32_t length = sizeof buffer;
-    if (dll().Info(suffix, 0, 1049, buffer, &length) != 1) return "Info failed";
-    return std::string(buffer, length);
-  }
+  std::string Module(const Member& m) const { return folder().Join(m.moduleFolder) + "\\" + m.module + ".dll"; }
+  std::string Kept(const Member& m) const { return folder().Join(m.moduleFolder) + "\\" + m.module + ".org"; }
+  std::string Product(const Member& m) const { return ReadFileBytes(startup_ + "\\" + m.module + ".dll"); }
 };
 
 class TypicalRequest : public SpellerReplacement, public testing::WithParamInterface<Member> {};
 
+// Attached twice, the host's module is kept once; where the speller and the
+// hyphenator share it, it goes back only with the second tool's detach.
 TEST_P(TypicalRequest, TheHostsModuleIsReplacedKeptOnceAndPutBackByteForByte) {
   const Member& m = GetParam();
   m.install(folder().path());
-  const auto before = HostState(m);
+  const Values before = HostsOwn();
   const std::string hostModule = ReadFileBytes(Module(m));
+  std::string list = m.filedAs + std::string(2, '\0');
+  list[list.find('\\')] = '\0';
+  EXPECT_EQ(InfoList(m.suffix), list);
   EXPECT_EQ(Call("Exist", m.suffix, 0), 1u);
-  EXPECT_EQ(InfoList(m.suffix), std::string(m.applicationKey) + '\0' + m.version + '\0' + '\0');
   EXPECT_EQ(Call("Avail", m.suffix, 0), 1u);
-
-  ASSERT_EQ(Call("Attach", m.suffix, 0), 1u);
-  Values record = kSpellerOptions;
-  record["Speller"] = "sz:" + (m.spellerNamesHostModule ? Module(m) : Saved(m));
-  record["Engine"] = std::string("sz:") + m.spellerEngine;
-  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, RecordOf(m, "Spelling")), record);
+  for (int time = 0; time < 2; ++time) ASSERT_EQ(Call("Attach", m.suffix, 0), 1u);
+  const std::string named = "sz:" + (m.toolNamesModule ? Module(m) : Kept(m));
+  const std::string engine = std::string("sz:") + m.module + (m.engineNamesKeptCopy ? ".org" : ".dll");
+  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record(m.filedAs, "Spelling")),
+            With(kSpellerRecord, {{"Speller", named}, {"Engine", engine}}));
   EXPECT_EQ(ReadFileBytes(Module(m)), Product(m));
-  EXPECT_EQ(ReadFileBytes(Saved(m)), hostModule);
-  // A second attach finds the product's module in place and keeps the first backup.
-  ASSERT_EQ(Call("Attach", m.suffix, 0), 1u);
-  EXPECT_EQ(ReadFileBytes(Saved(m)), hostModule);
+  EXPECT_EQ(ReadFileBytes(Kept(m)), hostModule);
   EXPECT_EQ(Call("Check", m.suffix, 0), 1u);
-
+  if (m.takesHyphenator) {
+    ASSERT_EQ(Call("Attach", m.suffix, 3), 1u);
+    EXPECT_EQ(ReadFileBytes(Kept(m)), hostModule);
+    EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record(m.filedAs, "Hyphenate")),
+              With(kHyphenatorRecord, {{"Hyphenator", named}, {"Engine", InStartup("INHY32RU.DLL")}}));
+    EXPECT_EQ(Call("Detach", m.suffix, 3), 1u);
+    EXPECT_EQ(ReadFileBytes(Module(m)), Product(m));
+    EXPECT_EQ(Call("Check", m.suffix, 0), 1u);
+  }
   EXPECT_EQ(Call("Detach", m.suffix, 0), 1u);
-  EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, RecordOf(m, "Spelling"), "Attached"), 0u);
+  EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record(m.filedAs, "Spelling"), "Attached"), 0u);
   EXPECT_EQ(Call("Check", m.suffix, 0), 0u);
-  EXPECT_EQ(HostState(m), before);
+  EXPECT_EQ(HostsOwn(), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(Members, TypicalRequest, testing::ValuesIn(kMembers),
                          [](const testing::TestParamInfo<Member>& member) { return std::string(member.param.suffix); });
 
-// CorelDRAW and PageMaker load one module for both tools: it is kept once and
-// goes back only with the second Detach.
-TEST_F(SpellerReplacement, SpellerAndHyphenatorShareTheModule) {
-  for (const Member* m : {&kCorelDraw, &kPageMaker65}) {
-    SCOPED_TRACE(m->suffix);
-    m->install(folder().path());
-    const auto before = HostState(*m);
-    const std::string hostModule = ReadFileBytes(Module(*m));
-    ASSERT_EQ(Call("Attach", m->suffix, 0), 1u);
-    ASSERT_EQ(Call("Attach", m->suffix, 3), 1u);
-    EXPECT_EQ(ReadFileBytes(Saved(*m)), hostModule);
-    EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, RecordOf(*m, "Hyphenate")),
-              (Values{{"Original LID", "1033"},
-                      {"Action", "0"},
-                      {"Quality", "1"},
-                      {"Attached", "1"},
-                      {"Hyphenator", "sz:" + (m->spellerNamesHostModule ? Module(*m) : Saved(*m))},
-                      {"Engine", InStartup("INHY32RU.DLL")}}));
-
-    EXPECT_EQ(Call("Detach", m->suffix, 0), 1u);
-    EXPECT_EQ(ReadFileBytes(Module(*m)), Product(*m));
-    EXPECT_EQ(Call("Check", m->suffix, 3), 1u);
-    EXPECT_EQ(Call("Detach", m->suffix, 3), 1u);
-    EXPECT_EQ(HostState(*m), before);
-  }
-}
-
+// A running host (its module open for reading only), a product module or a host
+// module that is missing: the attach fails and the host keeps its own module.
 TEST_F(SpellerReplacement, AttachFailsWithTheHostsOwnModuleIntact) {
-  for (const Member* m : {&kCorelDraw, &kWordPro97, &kPageMaker70}) {
+  for (const Member* m : {&kMembers[0], &kMembers[2], &kMembers[6]}) {
     SCOPED_TRACE(m->suffix);
     m->install(folder().path());
-    const auto before = HostState(*m);
+    const Values before = HostsOwn();
     {
-      // The host is running: its module is open, shared for reading only.
-      const UniqueFile inUse(
-          CreateFileA(Module(*m).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+      const UniqueFile inUse = HoldOpen(Module(*m));
       ASSERT_TRUE(inUse);
       EXPECT_EQ(Call("Attach", m->suffix, 0), 0u);
     }
-    EXPECT_EQ(HostState(*m), before);
-
-    const std::string product = startup_ + "\\" + m->module;
+    const std::string product = startup_ + "\\" + m->module + ".dll";
     ASSERT_TRUE(MoveFileA(product.c_str(), (product + ".away").c_str()));
     EXPECT_EQ(Call("Avail", m->suffix, 0), 0u);
     EXPECT_EQ(Call("Attach", m->suffix, 0), 0u);
-    EXPECT_EQ(HostState(*m), before);
     ASSERT_TRUE(MoveFileA((product + ".away").c_str(), product.c_str()));
+    EXPECT_EQ(HostsOwn(), before);
 
     ASSERT_TRUE(DeleteFileA(Module(*m).c_str()));
     EXPECT_EQ(Call("Attach", m->suffix, 0), 0u);
-    EXPECT_FALSE(FileExists(Module(*m)));
-    EXPECT_FALSE(FileExists(Saved(*m)));
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, RecordOf(*m, "Spelling")));
+    EXPECT_FALSE(FileExists(Kept(*m)));
+    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, Record(m->filedAs, "Spelling")));
   }
 }
 
+// A kind a member does not take gets its answer and writes nothing; PageMaker
+// answers "not applicable" wherever another host would answer no, even when it
+// is not installed or its program is gone.
 TEST_F(SpellerReplacement, KindsAMemberDoesNotTakeGetItsAnswerAndWriteNothing) {
+  for (int kind = -1; kind <= 4; ++kind) EXPECT_EQ(Call("Exist", "PM65", kind), kNA) << kind;
+  EXPECT_EQ(InfoList("PM65"), "Info failed");
   for (const Member& m : kMembers) m.install(folder().path());
-  const KindAnswers cases[] = {
-      {"CDRW60", 1, kNA, kNA, kNA, kNA, kNA},   {"CDRW60", 2, kNA, kNA, kNA, kNA, kNA},
-      {"CDRW60", 4, 0, kNA, kNA, kNA, kNA},     {"CDRW60", -1, 0, kNA, kNA, kNA, kNA},
-      {"WPRO96", 1, kNA, kNA, kNA, kNA, kNA},   {"WPRO97", 2, kNA, kNA, kNA, kNA, kNA},
-      {"WPRO2000", 3, kNA, kNA, kNA, kNA, kNA}, {"WPRO96", 4, 0, kNA, kNA, kNA, kNA},
-      {"PM60", 1, kNA, kNA, kNA, kNA, kNA},     {"PM65", 2, kNA, kNA, kNA, kNA, kNA},
-      {"PM70", 4, kNA, kNA, kNA, kNA, kNA},     {"PM60", -1, kNA, kNA, kNA, kNA, kNA},
-  };
-  const auto machine = DescribeTree(HKEY_LOCAL_MACHINE, "SOFTWARE");
-  const auto files = FolderContents(folder().path());
-  for (const KindAnswers& c : cases) ExpectAnswers(c);
-  EXPECT_EQ(DescribeTree(HKEY_LOCAL_MACHINE, "SOFTWARE"), machine);
-  EXPECT_EQ(FolderContents(folder().path()), files);
+  const Values machine = Machine();
+  for (const KindAnswers& answers : {
+           KindAnswers{"CDRW60", 1, kNA, kNA, kNA, kNA, kNA}, {"CDRW60", 2, kNA, kNA, kNA, kNA, kNA},
+           {"CDRW60", 4, 0, kNA, kNA, kNA, kNA},              {"CDRW60", -1, 0, kNA, kNA, kNA, kNA},
+           {"WPRO96", 1, kNA, kNA, kNA, kNA, kNA},            {"WPRO97", 2, kNA, kNA, kNA, kNA, kNA},
+           {"WPRO2000", 3, kNA, kNA, kNA, kNA, kNA},          {"WPRO96", 4, 0, kNA, kNA, kNA, kNA},
+           {"PM60", 1, kNA, kNA, kNA, kNA, kNA},              {"PM65", 2, kNA, kNA, kNA, kNA, kNA},
+           {"PM70", 4, kNA, kNA, kNA, kNA, kNA},              {"PM60", -1, kNA, kNA, kNA, kNA, kNA}}) {
+    ExpectAnswers(answers);
+  }
+  EXPECT_EQ(Machine(), machine);
+  ASSERT_TRUE(DeleteFileA(folder().Join("PM65\\PM65.exe").c_str()));
+  EXPECT_EQ(Call("Exist", "PM65", 0), kNA);
+  EXPECT_EQ(InfoList("PM65"), "Info failed");
 }
 
-// "ProgramsDir" is always taken relative to "ConfigDir": a leading "." climbs as
-// ".." does, a leading "\" keeps the drive, and a drive path names no folder.
+// "ProgramsDir" is always taken relative to "ConfigDir" (the typical request's
+// "..\Programs" climbs once): a leading "." climbs as ".." does, a leading "\"
+// keeps the drive, and a drive path names no folder.
 TEST_F(SpellerReplacement, CorelProgramsDirIsResolvedAgainstTheConfigurationFolder) {
-  struct ProgramsDirCase {
-    std::string programsDir;
-    const char* programsFolder;  // below the case's folder
-    bool found;
-  };
   const std::string root = folder().Join("Case");
-  const ProgramsDirCase cases[] = {
-      {"..\\Programs", "Corel60\\Programs", true},
+  const struct {
+    std::string programsDir;
+    const char* programsFolder;  // below the case's folder, "<root><index>"
+    bool found;
+  } cases[] = {
       {".\\Programs", "Corel60\\Programs", true},
       {".", "Corel60", true},
       {"..\\..\\Shared\\Programs\\", "Shared\\Programs", true},
       {"Programs", "Corel60\\Config\\Programs", true},
       {"", "Corel60\\Config", true},
       {"..Programs", "Corel60\\Config\\..Programs", true},
-      {root.substr(2) + "7\\Corel60\\Programs", "Corel60\\Programs", true},
-      {root + "8\\Corel60\\Programs", "Corel60\\Programs", false},
+      {root.substr(2) + "6\\Corel60\\Programs", "Corel60\\Programs", true},  // its own folder, without the drive
+      {root + "7\\Corel60\\Programs", "Corel60\\Programs", false},          // and with it
   };
   for (std::size_t index = 0; index < std::size(cases); ++index) {
-    const ProgramsDirCase& c = cases[index];
+    const auto& c = cases[index];
     SCOPED_TRACE(c.programsDir);
-    const std::string caseFolder = root + std::to_string(index);
-    const std::string module = caseFolder + "\\" + c.programsFolder + "\\cdrtpr60.dll";
-    InstallCorelDraw6(caseFolder + "\\Corel60\\Config", c.programsDir, caseFolder + "\\" + c.programsFolder);
+    const std::string programs = root + std::to_string(index) + "\\" + c.programsFolder;
+    InstallCorelDraw6(root + std::to_string(index) + "\\Corel60\\Config", c.programsDir, programs);
     ASSERT_EQ(Call("Attach", "CDRW60", 0), c.found ? 1u : 0u);
     if (c.found) {
-      EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, Record("CORELDRW\\6.0", "Spelling"), "Speller"), module);
+      EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, Record("CORELDRW\\6.0", "Spelling"), "Speller"), programs + "\\cdrtpr60.dll");
     } else {
-      EXPECT_FALSE(FileExists(caseFolder + "\\" + c.programsFolder + "\\cdrtpr60.org"));
+      EXPECT_FALSE(FileExists(programs + "\\cdrtpr60.org"));
     }
   }
 }
@@ -252,10 +202,10 @@ TEST_F(SpellerReplacement, WordProDataPathIsTidiedBeforeUse) {
     for (char letter : spell) text += letter == '\\' ? with : std::string(1, letter);
     return text;
   };
-  for (const std::string& dataPath : {spell, spell + "\\", everySeparator("\\\\") + "\\\\",
-                                      everySeparator("\\\\\\") + "\\\\\\"}) {
+  for (const std::string& dataPath :
+       {spell, everySeparator("\\\\") + "\\\\", everySeparator("\\\\\\") + "\\\\\\"}) {
     SCOPED_TRACE(dataPath);
-    WriteText(HKEY_LOCAL_MACHINE, kWordPro96.hostKey, "Data Path", dataPath);
+    WriteText(HKEY_LOCAL_MACHINE, WordProSpellKey("3.0"), "Data Path", dataPath);
     ASSERT_EQ(Call("Attach", "WPRO96", 0), 1u);
     EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, Record("WORDPRO\\96.0", "Spelling"), "Speller"), spell + "\\ltspln03.org");
     ASSERT_EQ(Call("Detach", "WPRO96", 0), 1u);
@@ -263,18 +213,19 @@ TEST_F(SpellerReplacement, WordProDataPathIsTidiedBeforeUse) {
 }
 
 // The folder values count only as non-empty plain strings; PageMaker, whose
-// version comes from its program there, is then not found at all.
-TEST_F(SpellerReplacement, AnExpandableOrEmptyHostFolderIsNotFound) {
-  struct FolderValue {
+// version comes from its program there, is then not found at all. Nor is a
+// folder whose module path would not fit: it is never cut into the name of the
+// file beside it.
+TEST_F(SpellerReplacement, UnusableHostFoldersAreNotFound) {
+  const struct {
     const Member* member;
-    const char* key;
+    std::string key;
     const char* name;
     HostResult exist;
-  };
-  const FolderValue values[] = {{&kCorelDraw, kCorelDraw6Key, "ConfigDir", 1},
-                                {&kWordPro96, kWordPro96.hostKey, "Data Path", 1},
-                                {&kPageMaker65, kPageMaker65.hostKey, "AdobeDirectory", kNA}};
-  for (const FolderValue& v : values) {
+  } values[] = {{&kCorelDraw, kCorelDraw6Key, "ConfigDir", 1},
+                {&kWordPro96, WordProSpellKey("3.0"), "Data Path", 1},
+                {&kPageMaker65, "SOFTWARE\\Adobe\\PageMaker65", "AdobeDirectory", kNA}};
+  for (const auto& v : values) {
     v.member->install(folder().path());
     const std::string text = *ReadText(HKEY_LOCAL_MACHINE, v.key, v.name);
     for (const DWORD type : {REG_EXPAND_SZ, REG_SZ}) {
@@ -283,18 +234,23 @@ TEST_F(SpellerReplacement, AnExpandableOrEmptyHostFolderIsNotFound) {
       EXPECT_EQ(Call("Exist", v.member->suffix, 0), v.exist);
       EXPECT_EQ(Call("Avail", v.member->suffix, 0), 0u);
       EXPECT_EQ(Call("Attach", v.member->suffix, 0), 0u);
-      EXPECT_FALSE(FileExists(Saved(*v.member)));
+      EXPECT_FALSE(FileExists(Kept(*v.member)));
     }
   }
-}
+  // A Data Path of separators alone tidies to nothing.
+  WriteText(HKEY_LOCAL_MACHINE, WordProSpellKey("3.0"), "Data Path", "\\\\");
+  EXPECT_EQ(Call("Avail", "WPRO96", 0), 0u);
 
-TEST_F(SpellerReplacement, PageMakerNeverAnswersNo) {
-  for (int kind = -1; kind <= 4; ++kind) EXPECT_EQ(Call("Exist", "PM65", kind), kNA) << kind;
-  EXPECT_EQ(InfoList("PM65"), "Info failed");
-  kPageMaker65.install(folder().path());
-  ASSERT_TRUE(DeleteFileA(folder().Join("PM65\\PM65.exe").c_str()));
-  EXPECT_EQ(Call("Exist", "PM65", 0), kNA);
-  EXPECT_EQ(InfoList("PM65"), "Info failed");
+  std::string spell = folder().path();
+  while (spell.size() + 53 <= 247) spell.append("\\").append(50, 'x');
+  spell += '\\';
+  spell.append(247 - spell.size(), 'y');
+  ASSERT_EQ(spell.size() + std::string("\\ltspln03.dll").size(), 260u);
+  InstallWordProSpeller("3.0", "ltspln03.dl", spell, spell);
+  const Values machine = Machine();
+  EXPECT_EQ(Call("Avail", "WPRO96", 0), 0u);
+  EXPECT_EQ(Call("Attach", "WPRO96", 0), 0u);
+  EXPECT_EQ(Machine(), machine);
 }
 
 // The module folder is the first one found depth first in listing order, and
@@ -313,54 +269,29 @@ TEST_F(SpellerReplacement, PageMakersModuleFolderIsTheFirstFoundDepthFirst) {
   const std::string moduleFolder = folder().Join("PM65\\") + entry.cAlternateFileName + "\\RU\\Deep";
   EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, Record("PM65\\6.5", "Spelling"), "Speller"), moduleFolder + "\\prxlng1.org");
   EXPECT_EQ(ReadFileBytes(longNamed + "\\RU\\Deep\\prxlng1.dll"), Product(kPageMaker65));
-  EXPECT_FALSE(FileExists(Saved(kPageMaker65)));
+  EXPECT_FALSE(FileExists(Kept(kPageMaker65)));
 }
 
-// A module that cannot be put back leaves the attachment recorded as it stands.
+// A module that cannot be put back leaves the attachment recorded as it stands;
+// Check asks the module itself: the product's own, by its maker, carrying "9".
 TEST_F(SpellerReplacement, DetachThatCannotRestoreMarksTheToolAttachedAgain) {
   kWordPro96.install(folder().path());
-  const auto before = HostState(kWordPro96);
+  const Values before = HostsOwn();
   ASSERT_EQ(Call("Attach", "WPRO96", 0), 1u);
   {
-    const UniqueFile inUse(
-        CreateFileA(Module(kWordPro96).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+    const UniqueFile inUse = HoldOpen(Module(kWordPro96));
     ASSERT_TRUE(inUse);
     EXPECT_EQ(Call("Detach", "WPRO96", 0), 0u);
   }
-  EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, RecordOf(kWordPro96, "Spelling"), "Attached"), 1u);
+  EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, Record("WORDPRO\\96.0", "Spelling"), "Attached"), 1u);
   EXPECT_EQ(Call("Check", "WPRO96", 0), 1u);
-  EXPECT_EQ(Call("Detach", "WPRO96", 0), 1u);
-  EXPECT_EQ(HostState(kWordPro96), before);
-}
-
-// Check looks at the module itself: the product's own, by its maker, carrying "9".
-TEST_F(SpellerReplacement, CheckAsksTheModuleWhoMadeIt) {
-  kCorelDraw.install(folder().path());
-  ASSERT_EQ(Call("Attach", "CDRW60", 0), 1u);
-  const std::pair<VersionStamp, HostResult> cases[] = {
-      {ReplacementModuleStamp(), 1},
-      {VersionStamp{{8, 0, 0, 0}, {8, 0, 0, 0}, "Tervane", "8.0"}, 0},
-      {VersionStamp{{9, 0, 0, 0}, {9, 0, 0, 0}, "Corel Corporation", "9.0"}, 0},
-  };
-  for (const auto& [stamp, answer] : cases) {
-    WriteVersionedModule(Module(kCorelDraw), stamp);
-    EXPECT_EQ(Call("Check", "CDRW60", 0), answer) << stamp.companyName << " " << stamp.productVersionText;
+  for (const VersionStamp& stamp : {VersionStamp{{8, 0, 0, 0}, {8, 0, 0, 0}, "Tervane", "8.0"},
+                                    VersionStamp{{9, 0, 0, 0}, {9, 0, 0, 0}, "Lotus Development Corporation", "9.0"}}) {
+    WriteVersionedModule(Module(kWordPro96), stamp);
+    EXPECT_EQ(Call("Check", "WPRO96", 0), 0u) << stamp.companyName;
   }
-}
-
-// A folder whose module path would not fit is refused, not cut into the name of
-// the file beside it.
-TEST_F(SpellerReplacement, AnOverlongHostFolderIsRefused) {
-  std::string spell = folder().path();
-  while (spell.size() + 53 <= 247) spell.append("\\").append(50, 'x');
-  spell += '\\';
-  spell.append(247 - spell.size(), 'y');
-  ASSERT_EQ(spell.size() + std::string("\\ltspln03.dll").size(), 260u);
-  InstallWordProSpeller("3.0", "ltspln03.dl", spell, spell);
-  const auto files = FolderContents(folder().path());
-  EXPECT_EQ(Call("Avail", "WPRO96", 0), 0u);
-  EXPECT_EQ(Call("Attach", "WPRO96", 0), 0u);
-  EXPECT_EQ(FolderContents(folder().path()), files);
+  EXPECT_EQ(Call("Detach", "WPRO96", 0), 1u);
+  EXPECT_EQ(HostsOwn(), before);
 }
 
 }  // namespace

@@ -2,39 +2,29 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <string>
+#include <utility>
 
-#include "host_family_test.h"
+#include "non_office_host_test.h"
 
 namespace kvil::test {
 namespace {
 
-using WordPerfect = HostFamilyTest;
-
-struct Member {
-  const char* suffix;
-  std::string list;
-};
+using WordPerfect = NonOfficeHostTest;
 
 TEST_F(WordPerfect, MembersNameThemselvesAndAnswerWithoutTouchingTheMachine) {
-  const Member members[] = {
+  const std::pair<const char*, std::string> members[] = {
       {"WP70", std::string("WPWIN7\0" "7.0\0\0", 12)},
       {"WP80", std::string("WPWIN8\0" "8.0\0\0", 12)},
       {"WP90", std::string("WPWIN9\0" "9.0\0\0", 12)},
   };
-  const auto machineBefore = DescribeTree(HKEY_LOCAL_MACHINE, "SOFTWARE");
-  const auto userBefore = DescribeTree(HKEY_CURRENT_USER, "Software");
-  for (const Member& m : members) {
-    char buffer[32] = {};
-    std::int32_t length = sizeof buffer;
-    EXPECT_EQ(dll().Info(m.suffix, 0, 1049, buffer, &length), 1u) << m.suffix;
-    EXPECT_EQ(std::string(buffer, length), m.list);
-    for (int kind : {0, 1, 2, 3}) ExpectAnswers({m.suffix, kind, 0, 0, 0, 1, 0});
-    for (int kind : {4, -1}) ExpectAnswers({m.suffix, kind, 0, 0, 0, 0, 0});
+  const Values machine = Machine();
+  for (const auto& [suffix, list] : members) {
+    EXPECT_EQ(InfoList(suffix), list);
+    for (int kind : {0, 1, 2, 3}) ExpectAnswers({suffix, kind, 0, 0, 0, 1, 0});
+    for (int kind : {4, -1}) ExpectAnswers({suffix, kind, 0, 0, 0, 0, 0});
   }
-  EXPECT_EQ(DescribeTree(HKEY_LOCAL_MACHINE, "SOFTWARE"), machineBefore);
-  EXPECT_EQ(DescribeTree(HKEY_CURRENT_USER, "Software"), userBefore);
+  EXPECT_EQ(Machine(), machine);
 }
 
 }  // namespace
