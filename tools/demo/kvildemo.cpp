@@ -121,7 +121,7 @@ void SeedOffice2000(const SeedLog& log) {
     log.Seeded(std::string("install root HKLM\\SOFTWARE\\Microsoft\\Office\\9.0\\") + application +
                "\\InstallRoot (Path " + kOffice2000Folder + "\\)");
   }
-  kvil::machine::RegisterUninstallEntry(kvil::machine::kOffice2000RussianProductCode);
+  kvil::machine::RegisterOffice2000RussianSpeller(kOffice2000Proof);
   log.Seeded(std::string("uninstall entry HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\") +
              kvil::machine::kOffice2000RussianProductCode);
   const std::pair<const char*, const char*> components[] = {
@@ -129,11 +129,8 @@ void SeedOffice2000(const SeedLog& log) {
       {kvil::machine::kRussianSpellerLexiconComponent, "MSSP3RU.LEX"},
   };
   for (const auto& [component, file] : components) {
-    const std::string path = std::string(kOffice2000Proof) + "\\" + file;
-    kvil::machine::RegisterComponentPath(kvil::machine::kLocalSystemComponents, component,
-                                      kvil::machine::kOffice2000RussianPacked, path);
     log.Seeded(std::string("component HKLM\\") + kvil::machine::kLocalSystemComponents + "\\" + component + " (" +
-               kvil::machine::kOffice2000RussianPacked + " " + path + ")");
+               kvil::machine::kOffice2000RussianPacked + " " + kOffice2000Proof + "\\" + file + ")");
   }
 }
 

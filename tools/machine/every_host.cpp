@@ -49,11 +49,7 @@ void InstallOffice2000To2003(const std::string& root) {
     }
   }
   InstallOfficeApplication(11, "InfoPath", root + "\\Office11");
-  RegisterUninstallEntry(kOffice2000RussianProductCode);
-  RegisterComponentPath(kLocalSystemComponents, kRussianSpellerEngineComponent, kOffice2000RussianPacked,
-                        root + "\\Office9\\Proof\\MSSP3RU.DLL");
-  RegisterComponentPath(kLocalSystemComponents, kRussianSpellerLexiconComponent, kOffice2000RussianPacked,
-                        root + "\\Office9\\Proof\\MSSP3RU.LEX");
+  RegisterOffice2000RussianSpeller(root + "\\Office9\\Proof");
 }
 
 void InstallFrontPages(const std::string& root) {
