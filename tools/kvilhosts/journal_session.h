@@ -18,7 +18,7 @@
 #include "import_patch.h"
 #include "journal.h"
 #include "machine_state.h"
-#include "owners.h"
+#include "handles.h"
 
 namespace kvilhosts {
 
@@ -33,7 +33,7 @@ class MethodSlotPatch {
   bool applied() const { return applied_; }
 
  private:
-  OwnedModule tableModule_;
+  kvil::UniqueModule tableModule_;
   void** slot_;
   void* original_ = nullptr;
   bool applied_ = false;

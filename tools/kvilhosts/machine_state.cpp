@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "host_suffixes.h"
-#include "owners.h"
+#include "handles.h"
 
 namespace kvilhosts {
 namespace {
@@ -82,7 +82,7 @@ FileState ReadSingleFile(const std::string& path) {
   state.kind = FileState::Kind::kFile;
   state.digest = kDigestSeed;
   // Shared every way, so that reading never stands in the way of the library.
-  OwnedFile file(CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+  kvil::UniqueFile file(CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                              nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return state;
   std::vector<char> chunk(kReadChunk);
@@ -101,7 +101,7 @@ FileState ReadFolder(const std::string& path, int depth) {
   if (depth > kDeepestFolder) return state;
   std::vector<std::pair<std::string, bool>> entries;  // name, is a folder
   WIN32_FIND_DATAA found{};
-  OwnedFind find(FindFirstFileA(JoinPath(path, "*").c_str(), &found));
+  kvil::UniqueFind find(FindFirstFileA(JoinPath(path, "*").c_str(), &found));
   if (find) {
     do {
       const std::string_view name(found.cFileName);
@@ -230,7 +230,7 @@ KeyPlace KeyPlace::Child(std::string_view subkey) const {
 
 ValueState ReadValueState(const KeyPlace& key, const std::string& valueName) {
   if (key.root == nullptr) return std::nullopt;
-  OwnedKey opened;
+  kvil::UniqueHKey opened;
   if (RegOpenKeyExA(key.root, key.path.c_str(), 0, KEY_QUERY_VALUE | key.view, opened.put()) != ERROR_SUCCESS) {
     return std::nullopt;
   }
@@ -256,7 +256,7 @@ ValueState ReadValueState(const KeyPlace& key, const std::string& valueName) {
 
 bool KeyExists(const KeyPlace& key) {
   if (key.root == nullptr) return false;
-  OwnedKey opened;
+  kvil::UniqueHKey opened;
   return RegOpenKeyExA(key.root, key.path.c_str(), 0, KEY_READ | key.view, opened.put()) == ERROR_SUCCESS;
 }
 
@@ -324,7 +324,7 @@ void TouchedItems::ValuesOfKey(const KeyPlace& key, bool withSubkeys) { ValuesOf
 
 void TouchedItems::ValuesOfKey(const KeyPlace& key, bool withSubkeys, int depth) {
   if (key.root == nullptr || depth > kDeepestKey) return;
-  OwnedKey opened;
+  kvil::UniqueHKey opened;
   if (RegOpenKeyExA(key.root, key.path.c_str(), 0, KEY_READ | key.view, opened.put()) != ERROR_SUCCESS) return;
   // Value and key names are at most 16383 characters.
   std::vector<char> name(16384);
