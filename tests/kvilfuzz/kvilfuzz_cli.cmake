@@ -1,6 +1,6 @@
-# kvilfuzz's command line under Wine: every bad argument is one line on the
-# standard error and exit status 2, before anything is seeded, so the build's
-# shared prefix is safe to use.
+# kvilfuzz's command line under Wine: every bad argument, and a library that is
+# not there, is one line on the standard error and exit status 2, before
+# anything is seeded, so the build's shared prefix is safe to use.
 #
 #   cmake -DFUZZER=<kvilfuzz.exe> -DEMULATOR=<wine-run> -P kvilfuzz_cli.cmake
 
@@ -17,6 +17,7 @@ set(cases
   "kvilfuzz: bad number '12x' for --seed|--seed|12x"
   "kvilfuzz: --time-limit needs a value|--runs|3|--time-limit"
   "kvilfuzz: --replay makes one run: no --runs or --seed|--replay|0x2a|--seed|1"
+  "kvilfuzz: no library at C:/no-such-folder/kvilintg.dll|--dll|C:/no-such-folder/kvilintg.dll"
 )
 foreach(row IN LISTS cases)
   string(REPLACE "|" ";" row "${row}")

@@ -295,7 +295,6 @@ void RunBatch(const ChildOptions& batch) {
   RunMachine machine(image);
   const DamageTargets targets = FindDamageTargets(machine);
   const std::vector<std::string> hostFiles = HostFiles(targets, image);
-  const std::string libraryPath = kvil::machine::RunningExecutableFolder() + "\\kvilintg.dll";
 
   for (const std::uint64_t seed : batch.seeds) {
     g_seed = seed;
@@ -310,8 +309,8 @@ void RunBatch(const ChildOptions& batch) {
       if (kvil::machine::FileExists(file)) present.push_back(file);
     }
     {
-      const kvilhosts::UniqueModule library(LoadLibraryA(libraryPath.c_str()));
-      if (!library) kvil::machine::ThrowLastError("cannot load " + libraryPath);
+      const kvilhosts::UniqueModule library(LoadLibraryA(batch.libraryPath.c_str()));
+      if (!library) kvil::machine::ThrowLastError("cannot load " + batch.libraryPath);
       HostDriver driver(library.get(), rng, buffer, lengthSlot);
       driver.Survey();
       driver.ProgramPaths();

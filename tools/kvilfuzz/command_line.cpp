@@ -25,7 +25,12 @@ std::optional<std::uint64_t> ParseNumber(std::string_view text) {
   return value;
 }
 
-std::string Quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
+std::string Quoted(std::string_view text) {
+  std::string quoted = "'";
+  quoted += text;
+  quoted += '\'';
+  return quoted;
+}
 
 ParsedCommandLine Refuse(std::string message) {
   ParsedCommandLine parsed;
@@ -33,14 +38,15 @@ ParsedCommandLine Refuse(std::string message) {
   return parsed;
 }
 
-// --child IMAGE_KEY IMAGE_FOLDER SEED...
+// --child IMAGE_KEY IMAGE_FOLDER LIBRARY SEED...
 ParsedCommandLine ParseChild(std::span<const std::string_view> args) {
-  if (args.size() < 4) return Refuse("--child needs IMAGE_KEY IMAGE_FOLDER SEED...");
+  if (args.size() < 5) return Refuse("--child needs IMAGE_KEY IMAGE_FOLDER LIBRARY SEED...");
   ParsedCommandLine parsed;
   parsed.child = true;
   parsed.batch.imageRegistryPath = args[1];
   parsed.batch.imageFolder = args[2];
-  for (const std::string_view word : args.subspan(3)) {
+  parsed.batch.libraryPath = args[3];
+  for (const std::string_view word : args.subspan(4)) {
     const std::optional<std::uint64_t> seed = ParseNumber(word);
     if (!seed) return Refuse("bad seed " + Quoted(word));
     parsed.batch.seeds.push_back(*seed);
@@ -51,8 +57,8 @@ ParsedCommandLine ParseChild(std::span<const std::string_view> args) {
 }  // namespace
 
 const char kUsage[] =
-    "usage: kvilfuzz [--runs N] [--seed S] [--time-limit SECONDS]\n"
-    "       kvilfuzz --replay SEED [--time-limit SECONDS]\n"
+    "usage: kvilfuzz [--runs N] [--seed S] [--time-limit SECONDS] [--dll PATH]\n"
+    "       kvilfuzz --replay SEED [--time-limit SECONDS] [--dll PATH]\n"
     "       kvilfuzz --help\n"
     "\n"
     "Seeds a machine with the product and every host the library knows, then for\n"
@@ -66,6 +72,8 @@ const char kUsage[] =
     "  --seed S          the seed the runs' own seeds are derived from (default 1)\n"
     "  --replay SEED     makes the one run a failure was reported with, again\n"
     "  --time-limit SEC  a run taking longer is a hang (default 120)\n"
+    "  --dll PATH        the library to drive (default: kvilintg.dll beside\n"
+    "                    kvilfuzz.exe)\n"
     "\n"
     "Numbers are decimal or 0x hexadecimal. Exit status: 0 every run passed,\n"
     "1 a run failed or the machine could not be seeded, 2 usage error.\n";
@@ -81,11 +89,16 @@ ParsedCommandLine ParseCommandLine(std::span<const std::string_view> args) {
       parsed.help = true;
       return parsed;
     }
-    if (option != "--runs" && option != "--seed" && option != "--replay" && option != "--time-limit") {
+    if (option != "--runs" && option != "--seed" && option != "--replay" && option != "--time-limit" &&
+        option != "--dll") {
       return Refuse("unknown argument " + Quoted(option));
     }
     if (i + 1 == args.size()) return Refuse(std::string(option) + " needs a value");
     const std::string_view word = args[++i];
+    if (option == "--dll") {
+      parsed.fuzz.libraryPath = word;
+      continue;
+    }
     const std::optional<std::uint64_t> number = ParseNumber(word);
     if (!number) return Refuse("bad number " + Quoted(word) + " for " + std::string(option));
     if (option == "--runs") {

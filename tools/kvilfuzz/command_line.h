@@ -24,12 +24,15 @@ struct FuzzOptions {
   bool replay = false;
   std::uint64_t replaySeed = 0;
   int timeLimitSeconds = kDefaultTimeLimitSeconds;
+  std::string libraryPath;  // --dll; empty: kvilintg.dll beside the fuzzer
 };
 
-// A child's batch: where the seeded machine's image is, and the runs' seeds.
+// A child's batch: where the seeded machine's image is, the library to drive,
+// and the runs' seeds.
 struct ChildOptions {
   std::string imageRegistryPath;
   std::string imageFolder;
+  std::string libraryPath;
   std::vector<std::uint64_t> seeds;
 };
 

@@ -16,6 +16,8 @@
 #include "command_line.h"
 #include "machine_image.h"
 #include "supervisor.h"
+#include "version_fixture.h"
+#include "win32_support.h"
 
 namespace kvilfuzz {
 namespace {
@@ -28,7 +30,8 @@ void PrintTotals(const FuzzOptions& options, const FuzzTotals& totals, double se
   if (options.replay) {
     std::printf("kvilfuzz: replay of seed %s ", SeedText(options.replaySeed).c_str());
   } else {
-    std::printf("kvilfuzz: %d runs from seed %s ", totals.runs, SeedText(options.seed).c_str());
+    std::printf("kvilfuzz: %d run%s from seed %s ", totals.runs, totals.runs == 1 ? "" : "s",
+                SeedText(options.seed).c_str());
   }
   std::printf("in %.1f s: %d passed, %d failed\n", seconds, totals.runs - totals.failedRuns, totals.failedRuns);
   std::printf("  failures:");
@@ -43,7 +46,7 @@ void PrintTotals(const FuzzOptions& options, const FuzzTotals& totals, double se
   }
 }
 
-int Fuzz(const FuzzOptions& options) {
+int Fuzz(const FuzzOptions& options, const std::string& library) {
   const ULONGLONG startedAt = GetTickCount64();
   std::vector<std::uint64_t> seeds;
   if (options.replay) {
@@ -54,9 +57,10 @@ int Fuzz(const FuzzOptions& options) {
   const SeededImage image;
   std::printf("kvilfuzz: machine seeded in %.1f s\n", static_cast<double>(GetTickCount64() - startedAt) / 1000);
   std::fflush(stdout);
-  const FuzzTotals totals =
-      Supervise(seeds, image.location(),
-                {.timeLimitSeconds = options.timeLimitSeconds, .showEveryDamage = options.replay});
+  const FuzzTotals totals = Supervise(seeds, image.location(),
+                                      {.libraryPath = library,
+                                       .timeLimitSeconds = options.timeLimitSeconds,
+                                       .showEveryDamage = options.replay});
   PrintTotals(options, totals, static_cast<double>(GetTickCount64() - startedAt) / 1000);
   return totals.failedRuns == 0 ? kExitPassed : kExitFailed;
 }
@@ -80,7 +84,14 @@ int main(int argc, char** argv) {
       kvilfuzz::RunBatch(parsed.batch);
       return kvilfuzz::kExitPassed;
     }
-    return kvilfuzz::Fuzz(parsed.fuzz);
+    const std::string library = parsed.fuzz.libraryPath.empty()
+                                    ? kvil::machine::RunningExecutableFolder() + "\\kvilintg.dll"
+                                    : parsed.fuzz.libraryPath;
+    if (!kvil::machine::FileExists(library)) {
+      std::fprintf(stderr, "kvilfuzz: no library at %s\n", library.c_str());
+      return kvilfuzz::kExitUsage;
+    }
+    return kvilfuzz::Fuzz(parsed.fuzz, library);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "kvilfuzz: %s\n", error.what());
     return kvilfuzz::kExitFailed;

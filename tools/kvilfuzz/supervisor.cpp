@@ -153,9 +153,11 @@ class Tally {
   FuzzTotals totals_;
 };
 
-std::string ChildCommandLine(const ImageLocation& image, const std::uint64_t* seeds, std::size_t count) {
+std::string ChildCommandLine(const ImageLocation& image, const std::string& library, const std::uint64_t* seeds,
+                             std::size_t count) {
   std::string line = Quoted(ExecutablePath());
-  for (const std::string& word : {std::string(kChildFlag), Quoted(image.registryPath), Quoted(image.folder)}) {
+  for (const std::string& word :
+       {std::string(kChildFlag), Quoted(image.registryPath), Quoted(image.folder), Quoted(library)}) {
     line += ' ';
     line += word;
   }
@@ -183,7 +185,7 @@ FuzzTotals Supervise(const std::vector<std::uint64_t>& seeds, const ImageLocatio
   std::size_t next = 0;
   while (next < seeds.size()) {
     const std::size_t count = std::min(kRunsPerChild, seeds.size() - next);
-    ChildProcess child(ChildCommandLine(image, seeds.data() + next, count));
+    ChildProcess child(ChildCommandLine(image, options.libraryPath, seeds.data() + next, count));
     // Since the child started or its last run ended: the time it has had to
     // begin the next run.
     ULONGLONG idleSince = GetTickCount64();

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "machine_image.h"
@@ -25,6 +26,7 @@ struct FuzzTotals {
 };
 
 struct SupervisorOptions {
+  std::string libraryPath;
   int timeLimitSeconds = 0;
   // Prints the damage of every run, not only of the failed ones.
   bool showEveryDamage = false;
