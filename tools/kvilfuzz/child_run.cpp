@@ -278,46 +278,77 @@ void CheckHostFiles(const std::vector<std::string>& presentBefore) {
   }
 }
 
-}  // namespace
+// What every run of a batch shares: the machine, what can be damaged on it, the
+// host files it must keep, the caller's buffers and the library's path.
+class RunMaker {
+ public:
+  explicit RunMaker(const ChildOptions& batch)
+      : image_{batch.imageRegistryPath, batch.imageFolder},
+        machine_(image_),
+        targets_(FindDamageTargets(machine_)),
+        hostFiles_(HostFiles(targets_, image_)),
+        libraryPath_(batch.libraryPath) {
+    g_guardedBuffers[0] = &buffer_;
+    g_guardedBuffers[1] = &lengthSlot_;
+  }
+  RunMaker(const RunMaker&) = delete;
+  RunMaker& operator=(const RunMaker&) = delete;
+  ~RunMaker() {
+    g_guardedBuffers[0] = nullptr;
+    g_guardedBuffers[1] = nullptr;
+  }
 
-void RunBatch(const ChildOptions& batch) {
-  GuardedBuffer buffer;
-  GuardedBuffer lengthSlot;
-  g_guardedBuffers[0] = &buffer;
-  g_guardedBuffers[1] = &lengthSlot;
-  AddVectoredExceptionHandler(1, ReportGuardFault);
-  SetUnhandledExceptionFilter(ReportCrash);
-  std::signal(SIGABRT, ReportAbort);
-  // No error box may wait for a user who is not there.
-  SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
-
-  const ImageLocation image{batch.imageRegistryPath, batch.imageFolder};
-  RunMachine machine(image);
-  const DamageTargets targets = FindDamageTargets(machine);
-  const std::vector<std::string> hostFiles = HostFiles(targets, image);
-
-  for (const std::uint64_t seed : batch.seeds) {
-    g_seed = seed;
-    EmitEvent("begin", seed);
-    machine.Reset();
+  void Make(std::uint64_t seed) {
+    machine_.Reset();
     std::mt19937_64 rng(seed);
-    Damage damage = Damage::Inflict(targets, rng);
+    Damage damage = Damage::Inflict(targets_, rng);
     for (const std::string& what : damage.descriptions()) EmitEvent("damage", seed, what);
 
     std::vector<std::string> present;
-    for (const std::string& file : hostFiles) {
+    for (const std::string& file : hostFiles_) {
       if (kvil::machine::FileExists(file)) present.push_back(file);
     }
     {
-      const kvilhosts::UniqueModule library(LoadLibraryA(batch.libraryPath.c_str()));
-      if (!library) kvil::machine::ThrowLastError("cannot load " + batch.libraryPath);
-      HostDriver driver(library.get(), rng, buffer, lengthSlot);
+      const kvilhosts::UniqueModule library(LoadLibraryA(libraryPath_.c_str()));
+      if (!library) kvil::machine::ThrowLastError("cannot load " + libraryPath_);
+      HostDriver driver(library.get(), rng, buffer_, lengthSlot_);
       driver.Survey();
       driver.ProgramPaths();
       driver.AttachAndDetachEvery();
     }
     damage.Release();
     CheckHostFiles(present);
+  }
+
+ private:
+  ImageLocation image_;
+  RunMachine machine_;
+  DamageTargets targets_;
+  std::vector<std::string> hostFiles_;
+  std::string libraryPath_;
+  GuardedBuffer buffer_;
+  GuardedBuffer lengthSlot_;
+};
+
+}  // namespace
+
+void RunBatch(const ChildOptions& batch) {
+  AddVectoredExceptionHandler(1, ReportGuardFault);
+  SetUnhandledExceptionFilter(ReportCrash);
+  std::signal(SIGABRT, ReportAbort);
+  // No error box may wait for a user who is not there.
+  SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
+
+  RunMaker runs(batch);
+  for (const std::uint64_t seed : batch.seeds) {
+    g_seed = seed;
+    EmitEvent("begin", seed);
+    try {
+      runs.Make(seed);
+    } catch (const std::exception& error) {
+      EmitEvent("error", seed, error.what());
+      throw;
+    }
     EmitEvent("end", seed);
   }
 }

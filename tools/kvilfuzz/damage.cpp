@@ -265,7 +265,10 @@ Damage Damage::Inflict(const DamageTargets& targets, std::mt19937_64& rng) {
   return damage;
 }
 
-void Damage::Release() { heldFiles_.clear(); }
+void Damage::Release() {
+  heldFiles_.clear();
+  heldPaths_.clear();
+}
 
 void Damage::Apply(DamageKind kind, const DamageTargets& targets, std::mt19937_64& rng) {
   switch (kind) {
@@ -283,6 +286,11 @@ void Damage::Apply(DamageKind kind, const DamageTargets& targets, std::mt19937_6
       const std::string& path = Pick(targets.files, rng);
       if (!kvil::machine::FileExists(path)) {
         descriptions_.push_back(path + ": already a folder");
+        return;
+      }
+      // A file held open takes no further damage, as a running host's would not.
+      if (std::find(heldPaths_.begin(), heldPaths_.end(), path) != heldPaths_.end()) {
+        descriptions_.push_back(path + ": already held open");
         return;
       }
       if (kind == DamageKind::kFileEmpty) {
@@ -303,6 +311,7 @@ void Damage::Apply(DamageKind kind, const DamageTargets& targets, std::mt19937_6
                                           FILE_ATTRIBUTE_NORMAL, nullptr));
         if (!held) kvil::machine::ThrowLastError("cannot hold " + path + " open");
         heldFiles_.push_back(std::move(held));
+        heldPaths_.push_back(path);
         descriptions_.push_back(path + ": read-only and held open");
       }
       return;

@@ -70,6 +70,7 @@ class Damage {
 
   std::vector<std::string> descriptions_;
   std::vector<kvil::UniqueFile> heldFiles_;
+  std::vector<std::string> heldPaths_;
 };
 
 }  // namespace kvilfuzz

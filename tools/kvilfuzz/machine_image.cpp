@@ -1,5 +1,6 @@
 #include "machine_image.h"
 
+#include <cstdio>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
@@ -50,11 +51,12 @@ class HiveRedirection {
 };
 
 // A file the runs left read-only stops the removal on Wine; the attribute is
-// cleared everywhere and the removal tried once more.
+// cleared everywhere and the removal tried once more. A file is removed too.
 void RemoveTree(const std::filesystem::path& folder) {
   std::error_code error;
   std::filesystem::remove_all(folder, error);
   if (!error) return;
+  SetFileAttributesW(folder.c_str(), FILE_ATTRIBUTE_NORMAL);
   for (auto entry = std::filesystem::recursive_directory_iterator(folder, error);
        !error && entry != std::filesystem::recursive_directory_iterator(); entry.increment(error)) {
     SetFileAttributesW(entry->path().c_str(), FILE_ATTRIBUTE_NORMAL);
@@ -133,6 +135,14 @@ SeededImage::SeededImage() {
 }
 
 SeededImage::~SeededImage() {
+  // The last run may have left a folder or a read-only file in frontpg.ini's
+  // place, where its guard puts the file back next.
+  try {
+    FlushFrontPageIniCache();
+    RemoveTree(kvil::machine::Widen(kvil::machine::FrontPageIniPath()));
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "kvilfuzz: %s\n", error.what());
+  }
   RegDeleteTreeA(HKEY_CURRENT_USER, location_.registryPath.c_str());
   // The parent goes only when no other image is left under it.
   RegDeleteKeyA(HKEY_CURRENT_USER, kImageParent);
@@ -181,7 +191,6 @@ void RunMachine::Reset() {
   // both sides of the rewrite so the library reads the file as restored.
   const std::string ini = kvil::machine::FrontPageIniPath();
   FlushFrontPageIniCache();
-  SetFileAttributesA(ini.c_str(), FILE_ATTRIBUTE_NORMAL);
   RemoveTree(kvil::machine::Widen(ini));
   if (frontPageIni_) kvil::machine::WriteFile(ini, *frontPageIni_);
   FlushFrontPageIniCache();

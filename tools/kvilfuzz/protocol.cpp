@@ -46,7 +46,8 @@ std::optional<ChildEvent> ParseChildEvent(std::string_view line) {
   };
   ChildEvent event;
   event.word = takeWord();
-  if (event.word != "begin" && event.word != "damage" && event.word != "fail" && event.word != "end") {
+  if (event.word != "begin" && event.word != "damage" && event.word != "fail" && event.word != "end" &&
+      event.word != "error") {
     return std::nullopt;
   }
   std::string_view seed = takeWord();

@@ -6,6 +6,9 @@
 //   fail <seed> <kind> <what>     the run failed; a crash is reported just before
 //                                 the child ends itself
 //   end <seed>                    the run is over, failed or not
+//   error <seed> <what>           the fuzzer itself could not make the run (the
+//                                 machine could not be reset or damaged, or the
+//                                 library not loaded): the session stops
 //
 // A run that began and never ended is a crash (the child died) or a hang (the
 // supervisor's time limit ran out).
@@ -32,10 +35,10 @@ std::string SeedText(std::uint64_t seed);
 inline constexpr unsigned kExitCrashReported = 70;
 
 struct ChildEvent {
-  std::string word;  // begin, damage, fail, end
+  std::string word;  // begin, damage, fail, end, error
   std::uint64_t seed = 0;
   std::optional<FailureKind> failure;  // fail only
-  std::string text;                    // damage, fail
+  std::string text;                    // damage, fail, error
 };
 // nullopt for a line that is not an event.
 std::optional<ChildEvent> ParseChildEvent(std::string_view line);

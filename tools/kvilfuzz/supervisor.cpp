@@ -214,6 +214,9 @@ FuzzTotals Supervise(const std::vector<std::uint64_t>& seeds, const ImageLocatio
           open->damage.push_back(event->text);
         } else if (event->word == "fail") {
           open->failures.emplace_back(*event->failure, event->text);
+        } else if (event->word == "error") {
+          child.Terminate();
+          throw std::runtime_error("run " + SeedText(event->seed) + " could not be made: " + event->text);
         } else {
           tally.Close(*open);
           open.reset();
