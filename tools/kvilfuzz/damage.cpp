@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdio>
 #include <iterator>
 #include <optional>
@@ -22,7 +23,31 @@ constexpr DWORD kKeyNameCapacity = 256;
 constexpr DWORD kValueNameCapacity = 16384;
 constexpr std::size_t kLongValueBytes = 64 * 1024;
 
-void CollectKeys(HKEY key, Hive hive, const std::string& path, DamageTargets& targets) {
+// Keys the system's shell writes into the redirected hives while the seeder
+// makes its shortcuts: the library reaches them only through the shell, and
+// damage there makes Wine build user profiles outside the machine's folder.
+constexpr std::string_view kShellKeys[] = {
+    "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders",
+    "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
+    "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList",
+};
+
+bool IsShellKey(std::string_view path) {
+  for (const std::string_view shell : kShellKeys) {
+    if (path.size() == shell.size() &&
+        std::equal(path.begin(), path.end(), shell.begin(), [](char a, char b) {
+          return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
+        })) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// Collects the values and subkeys of key; true when it holds anything of the
+// seeder's, so that a key holding nothing but the shell's is left out too.
+bool CollectKeys(HKEY key, Hive hive, const std::string& path, DamageTargets& targets) {
+  if (IsShellKey(path)) return false;
   std::vector<std::string> valueNames;
   std::string name(kValueNameCapacity, '\0');
   for (DWORD index = 0;; ++index) {
@@ -41,13 +66,18 @@ void CollectKeys(HKEY key, Hive hive, const std::string& path, DamageTargets& ta
     subkeys.emplace_back(subkey.data(), length);
   }
   std::sort(subkeys.begin(), subkeys.end());
+  bool seeded = !valueNames.empty() || subkeys.empty();
   for (const std::string& subkey : subkeys) {
     const std::string subpath = path.empty() ? subkey : path + "\\" + subkey;
     kvil::UniqueHKey child;
     if (RegOpenKeyExA(key, subkey.c_str(), 0, KEY_READ, child.put()) != ERROR_SUCCESS) continue;
-    targets.keys.push_back({hive, subpath});
-    CollectKeys(child.get(), hive, subpath, targets);
+    const std::size_t at = targets.keys.size();
+    if (CollectKeys(child.get(), hive, subpath, targets)) {
+      targets.keys.insert(targets.keys.begin() + static_cast<std::ptrdiff_t>(at), {hive, subpath});
+      seeded = true;
+    }
   }
+  return seeded;
 }
 
 void CollectFiles(const std::string& folder, const std::string& relative, std::vector<std::string>& files) {
