@@ -63,43 +63,34 @@ BOOL WINAPI HookMoveFileEx(const Char* from, const Char* to, DWORD flags) {
   return done;
 }
 
-template <typename Char>
-BOOL WINAPI HookDeleteFile(const Char* path) {
+// A change to one path, recorded once the library's call has succeeded.
+template <typename Char, typename Call>
+BOOL RecordPathChange(FileAction action, const Char* path, Call call) {
   FileChange change;
-  change.action = FileAction::kDelete;
+  change.action = action;
   Observe([&](JournalSession& session) {
     change.path = Text(path);
     session.journal().touched.File(change.path);
   });
-  const BOOL done = gOriginal<&HookDeleteFile<Char>>(path);
+  const BOOL done = call();
   if (done) Observe([&](JournalSession& session) { session.Record(std::move(change)); });
   return done;
+}
+
+template <typename Char>
+BOOL WINAPI HookDeleteFile(const Char* path) {
+  return RecordPathChange(FileAction::kDelete, path, [&] { return gOriginal<&HookDeleteFile<Char>>(path); });
 }
 
 template <typename Char>
 BOOL WINAPI HookCreateFolder(const Char* path, LPSECURITY_ATTRIBUTES security) {
-  FileChange change;
-  change.action = FileAction::kCreateFolder;
-  Observe([&](JournalSession& session) {
-    change.path = Text(path);
-    session.journal().touched.File(change.path);
-  });
-  const BOOL done = gOriginal<&HookCreateFolder<Char>>(path, security);
-  if (done) Observe([&](JournalSession& session) { session.Record(std::move(change)); });
-  return done;
+  return RecordPathChange(FileAction::kCreateFolder, path,
+                          [&] { return gOriginal<&HookCreateFolder<Char>>(path, security); });
 }
 
 template <typename Char>
 BOOL WINAPI HookRemoveFolder(const Char* path) {
-  FileChange change;
-  change.action = FileAction::kRemoveFolder;
-  Observe([&](JournalSession& session) {
-    change.path = Text(path);
-    session.journal().touched.File(change.path);
-  });
-  const BOOL done = gOriginal<&HookRemoveFolder<Char>>(path);
-  if (done) Observe([&](JournalSession& session) { session.Record(std::move(change)); });
-  return done;
+  return RecordPathChange(FileAction::kRemoveFolder, path, [&] { return gOriginal<&HookRemoveFolder<Char>>(path); });
 }
 
 // What opening a file for writing does to it, by whether it was there before.
