@@ -3,17 +3,13 @@
 #include <algorithm>
 #include <charconv>
 
+#include "host_arguments.h"
 #include "host_suffixes.h"
 
 namespace kvilbench {
 namespace {
 
-std::string Quoted(std::string_view text) {
-  std::string quoted = "'";
-  quoted += text;
-  quoted += '\'';
-  return quoted;
-}
+using kvilhosts::Quoted;
 
 std::optional<int> ParseRounds(std::string_view text) {
   int rounds = 0;

@@ -7,13 +7,6 @@
 namespace kvilhosts {
 namespace {
 
-std::string Quoted(std::string_view text) {
-  std::string quoted = "'";
-  quoted += text;
-  quoted += '\'';
-  return quoted;
-}
-
 std::optional<Command> ParseCommand(std::string_view word) {
   if (word == "list") return Command::kList;
   if (word == "attach") return Command::kAttach;
