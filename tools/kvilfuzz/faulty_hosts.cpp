@@ -44,7 +44,8 @@ __declspec(dllexport) std::uint32_t InfoUnknown(std::int32_t, std::int32_t, char
   static const char kList[] = "Unknown\0" "0.0\0";
   constexpr std::int32_t kListLength = sizeof kList;
   std::int32_t written = *length < kListLength ? *length : kListLength;
-  if (Faulty("overrun")) ++written;
+  // One byte past whatever capacity the run hands over, short or long.
+  if (Faulty("overrun")) written = *length + 1;
   for (std::int32_t i = 0; i < written; ++i) buffer[i] = i < kListLength ? kList[i] : 'X';
   if (Faulty("underrun")) buffer[-1] = 'X';
   *length = kListLength;
