@@ -8,6 +8,7 @@
 #include "export_scope.h"
 #include "handles.h"
 #include "registry.h"
+#include "registry_view.h"
 
 namespace kvil {
 
@@ -22,17 +23,6 @@ constexpr const char* kStyleCodes[] = {"NORM", "BIOL", "BUS",  "CHEM", "COMP", "
 constexpr const char* kToolCodes[] = {"SP", "GR", "TH", "HY", "HY"};
 
 constexpr int kDefaultVersion = 6;
-
-int ReadRegistry64() {
-  DWORD installing = 0;
-  DWORD length = sizeof installing;
-  DWORD type = REG_NONE;
-  if (RegGetValueExpandPlain(HKEY_LOCAL_MACHINE, "Software\\Tervane", "Installing",
-                             reinterpret_cast<char*>(&installing), &length, &type) != ERROR_SUCCESS) {
-    return 0;
-  }
-  return type == REG_DWORD && length == sizeof installing && installing == 64 ? 1 : 0;
-}
 
 }  // namespace
 
@@ -71,7 +61,7 @@ const char* GetKvilVersionWord() {
 int IsRegistry64() {
   ExportLookups* lookups = CurrentExportLookups();
   if (lookups != nullptr && lookups->registry64) return *lookups->registry64;
-  const int registry64 = ReadRegistry64();
+  const int registry64 = ProductInstalledFor64BitHosts() ? 1 : 0;
   if (lookups != nullptr) lookups->registry64 = registry64;
   return registry64;
 }

@@ -20,8 +20,9 @@ void ResetKvilVersionCache();
 const char* GetKvilVersionKey();
 const char* GetKvilVersionWord();
 
-// 1 when the product was installed for the 64-bit registry view ("Installing" = 64).
-// Read once per export, every time outside one.
+// 1 when the product was installed for the 64-bit registry view ("Installing" =
+// 64, looked up in the 32-bit view first; see registry_view.h). Read once per
+// export, every time outside one.
 int IsRegistry64();
 
 // The product's folder (with its trailing backslash); *length holds the capacity

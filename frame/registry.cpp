@@ -7,7 +7,7 @@
 
 #include "bounded_text.h"
 #include "export_scope.h"
-#include "product.h"
+#include "registry_view.h"
 
 namespace kvil {
 
@@ -36,6 +36,36 @@ bool SameKeyPath(std::string_view a, std::string_view b) {
   return true;
 }
 
+// The root a view applies below. HKEY_CLASSES_ROOT named together with a view
+// flag is the machine's classes root under Wine, whatever this process's
+// HKEY_CLASSES_ROOT stands for; an HKEY_CLASSES_ROOT redirected with
+// RegOverridePredefKey (as the Windows Installer's self-registration capture
+// redirects it) must stay redirected, so that root is opened first, without a
+// view, and the view is named for the path below it. (Opening an empty path
+// gives back the predefined handle itself; creating one gives a handle of its own.)
+class ViewRoot {
+ public:
+  explicit ViewRoot(HKEY root) : root_(root) {
+    if (root == HKEY_CLASSES_ROOT && RegCreateKeyExA(root, "", 0, nullptr, 0, MAXIMUM_ALLOWED, nullptr, opened_.put(),
+                                                     nullptr) == ERROR_SUCCESS) {
+      root_ = opened_.get();
+    }
+  }
+  HKEY get() const { return root_; }
+
+ private:
+  HKEY root_;
+  UniqueHKey opened_;
+};
+
+LONG OpenInView(HKEY root, const char* path, REGSAM access, REGSAM view, UniqueHKey& key) {
+  return RegOpenKeyExA(ViewRoot(root).get(), path, 0, access | view, key.put());
+}
+
+LONG DeleteInView(HKEY root, const char* path, REGSAM view) {
+  return RegDeleteKeyExA(ViewRoot(root).get(), path, view, 0);
+}
+
 // The key one primitive works on: a handle of the export's, which stays open
 // for the export's next use of the same key, or one of its own, closed when it
 // is done. Outside an export nothing is shared.
@@ -46,14 +76,14 @@ class PrimitiveKey {
   // The export's handle of the key when it allows access, else a new one.
   LONG Open(HKEY root, const char* path, REGSAM access, REGSAM view) {
     if (TakeShared(root, path, access, view)) return ERROR_SUCCESS;
-    const LONG status = RegOpenKeyExA(root, path, 0, access | view, owned_.put());
+    const LONG status = OpenInView(root, path, access, view, owned_);
     if (status == ERROR_SUCCESS) Share(root, path, access, view);
     return status;
   }
   // Creates or opens the key for writing; a new key gets security.
   LONG Create(HKEY root, const char* path, REGSAM view, SECURITY_ATTRIBUTES* security) {
-    const LONG status =
-        RegCreateKeyExA(root, path, 0, nullptr, 0, KEY_WRITE | view, security, owned_.put(), nullptr);
+    const LONG status = RegCreateKeyExA(ViewRoot(root).get(), path, 0, nullptr, 0, KEY_WRITE | view, security,
+                                        owned_.put(), nullptr);
     if (status == ERROR_SUCCESS) Share(root, path, KEY_WRITE, view);
     return status;
   }
@@ -187,7 +217,7 @@ LONG GetValueWithView(HKEY root, const char* path, const char* name, char* buffe
   }
   if (valueType == REG_EXPAND_SZ) {
     char expanded[kExpandScratchCapacity] = {};
-    DWORD count = ExpandEnvironmentStringsA(buffer, expanded, kExpandScratchCapacity);
+    DWORD count = ExpandEnvironmentInView(view, buffer, expanded, kExpandScratchCapacity);
     std::size_t expandedSize = strnlen(expanded, kExpandScratchCapacity) + 1;
     if (count == 0 || count > kExpandScratchCapacity || expandedSize > capacity) {
       buffer[0] = '\0';
@@ -199,6 +229,9 @@ LONG GetValueWithView(HKEY root, const char* path, const char* name, char* buffe
   return ERROR_SUCCESS;
 }
 
+// The view the table of registry_view.h gives the key; a null path is the root.
+REGSAM KeyView(HKEY root, const char* path) { return RegistryViewOf(root, path != nullptr ? path : ""); }
+
 int ParseLID(const char* text) {
   char* end = nullptr;
   errno = 0;
@@ -209,7 +242,8 @@ int ParseLID(const char* text) {
 
 }  // namespace
 
-REGSAM RegistryView() { return IsRegistry64() ? KEY_WOW64_64KEY : 0; }
+InheritedKeySecurity::InheritedKeySecurity(HKEY root, const char* path)
+    : InheritedKeySecurity(root, path, RegistryViewOf(root, path != nullptr ? path : "")) {}
 
 InheritedKeySecurity::InheritedKeySecurity(HKEY root, const char* path, REGSAM view) {
   bool ntFamily = (GetVersion() & 0x80000000u) == 0;
@@ -235,21 +269,21 @@ InheritedKeySecurity::~InheritedKeySecurity() {
 }
 
 LONG RegSetValueOpen(HKEY root, const char* path, const char* name, DWORD type, const void* data, DWORD length) {
-  return SetValueWithView(root, path, name, type, data, length, RegistryView());
+  return SetValueWithView(root, path, name, type, data, length, KeyView(root, path));
 }
 
 LONG RegSetValueOpenPlain(HKEY root, const char* path, const char* name, DWORD type, const void* data,
                           DWORD length) {
-  return SetValueWithView(root, path, name, type, data, length, 0);
+  return RegSetValueOpen(root, path, name, type, data, length);
 }
 
 LONG RegGetValueExpand(HKEY root, const char* path, const char* name, char* buffer, DWORD* length, DWORD* type) {
-  return GetValueWithView(root, path, name, buffer, length, type, RegistryView());
+  return GetValueWithView(root, path, name, buffer, length, type, KeyView(root, path));
 }
 
 LONG RegGetValueExpandPlain(HKEY root, const char* path, const char* name, char* buffer, DWORD* length,
                             DWORD* type) {
-  return GetValueWithView(root, path, name, buffer, length, type, 0);
+  return RegGetValueExpand(root, path, name, buffer, length, type);
 }
 
 bool RegReadString(HKEY root, const char* path, const char* name, char* buffer, DWORD capacity) {
@@ -290,18 +324,17 @@ int RegSetString(const char* path, const char* name, const char* text) {
              : 0;
 }
 
-int RegKeyExists(HKEY root, const char* path) { return KeyOpensForReading(root, path, RegistryView()) ? 1 : 0; }
+int RegKeyExists(HKEY root, const char* path) { return KeyOpensForReading(root, path, KeyView(root, path)) ? 1 : 0; }
 
 LONG RegOpenKeyView(HKEY root, const char* path, REGSAM access, UniqueHKey& key) {
-  return RegOpenKeyExA(root, path, 0, access | RegistryView(), key.put());
+  return OpenInView(root, path, access, KeyView(root, path), key);
 }
 
 LONG RegDeleteKeyTree(HKEY root, const char* path, int recursive) {
-  const REGSAM view = RegistryView();
+  const REGSAM view = KeyView(root, path);
   ForgetSharedKeys();
   UniqueHKey key;
-  LONG status = RegOpenKeyExA(root, path, 0, KEY_QUERY_VALUE | KEY_SET_VALUE | KEY_ENUMERATE_SUB_KEYS | view,
-                              key.put());
+  LONG status = OpenInView(root, path, KEY_QUERY_VALUE | KEY_SET_VALUE | KEY_ENUMERATE_SUB_KEYS, view, key);
   if (status != ERROR_SUCCESS) return status;
   DWORD subkeyCount = 0;
   status = RegQueryInfoKeyA(key.get(), nullptr, nullptr, nullptr, &subkeyCount, nullptr, nullptr, nullptr, nullptr,
@@ -322,22 +355,22 @@ LONG RegDeleteKeyTree(HKEY root, const char* path, int recursive) {
     }
   }
   key.reset();
-  return RegDeleteKeyExA(root, path, view, 0);
+  return DeleteInView(root, path, view);
 }
 
 LONG RegDeleteValueAt(HKEY root, const char* path, const char* name) {
   PrimitiveKey key;
-  LONG status = key.Open(root, path, KEY_SET_VALUE, RegistryView());
+  LONG status = key.Open(root, path, KEY_SET_VALUE, KeyView(root, path));
   if (status != ERROR_SUCCESS) return status;
   return RegDeleteValueA(key.get(), name);
 }
 
 int RegDeleteEmptyLeaf(HKEY root, char* path) {
-  const REGSAM view = RegistryView();
+  const REGSAM view = KeyView(root, path);
   ForgetSharedKeys();
   {
     UniqueHKey key;
-    if (RegOpenKeyExA(root, path, 0, KEY_READ | view, key.put()) != ERROR_SUCCESS) return 0;
+    if (OpenInView(root, path, KEY_READ, view, key) != ERROR_SUCCESS) return 0;
     char name[256];
     DWORD nameLength = sizeof name;
     if (RegEnumKeyExA(key.get(), 0, name, &nameLength, nullptr, nullptr, nullptr, nullptr) != ERROR_NO_MORE_ITEMS) {
@@ -345,11 +378,11 @@ int RegDeleteEmptyLeaf(HKEY root, char* path) {
     }
   }
   char* slash = std::strrchr(path, '\\');
-  if (slash == nullptr) return RegDeleteKeyExA(root, path, view, 0) == ERROR_SUCCESS ? 1 : 0;
+  if (slash == nullptr) return DeleteInView(root, path, view) == ERROR_SUCCESS ? 1 : 0;
   *slash = '\0';
   const char* leaf = slash + 1;
   UniqueHKey parent;
-  if (RegOpenKeyExA(root, path, 0, KEY_READ | KEY_WRITE | view, parent.put()) != ERROR_SUCCESS) return 0;
+  if (OpenInView(root, path, KEY_READ | KEY_WRITE, view, parent) != ERROR_SUCCESS) return 0;
   return RegDeleteKeyExA(parent.get(), leaf, view, 0) == ERROR_SUCCESS ? 1 : 0;
 }
 

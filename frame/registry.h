@@ -1,25 +1,27 @@
-// Registry primitives. Every open and create adds the 64-bit view when the product
-// was installed for it (IsRegistry64), except the *Plain variants.
+// Registry primitives. Every open, create and delete names the view the key
+// lives in, as registry_view.h chooses it: the product's view, or the Windows
+// Installer's for its own data.
 #pragma once
 
 #include <windows.h>
 
 #include "handles.h"
+#include "registry_view.h"
 
 namespace kvil {
-
-// KEY_WOW64_64KEY when the product was installed for the 64-bit view, else 0.
-REGSAM RegistryView();
 
 // Sets a value, creating missing keys with the access list of the nearest
 // existing ancestor. Returns the status of the value write; a key that could not
 // be created reports 0, as callers rely only on failures of the value write.
 LONG RegSetValueOpen(HKEY root, const char* path, const char* name, DWORD type, const void* data, DWORD length);
+// "Plain" once meant no view flag, which for a 32-bit program is the 32-bit view;
+// a 64-bit library reaches the same keys only by naming the view, so the plain
+// variants do exactly what the others do.
 LONG RegSetValueOpenPlain(HKEY root, const char* path, const char* name, DWORD type, const void* data,
                           DWORD length);
 
 // Reads a value into buffer (capacity in *length, bytes read out). REG_EXPAND_SZ
-// is expanded. String data is always returned NUL-terminated within the buffer;
+// is expanded as a program of the key's view would (ExpandEnvironmentInView). String data is always returned NUL-terminated within the buffer;
 // a string that cannot be terminated within it gives ERROR_MORE_DATA.
 LONG RegGetValueExpand(HKEY root, const char* path, const char* name, char* buffer, DWORD* length, DWORD* type);
 LONG RegGetValueExpandPlain(HKEY root, const char* path, const char* name, char* buffer, DWORD* length,
@@ -42,7 +44,7 @@ int RegSetString(const char* path, const char* name, const char* text);
 // Non-zero when the key can be opened for reading.
 int RegKeyExists(HKEY root, const char* path);
 
-// Opens a key with the library's view flag added to access.
+// Opens a key with the key's view flag added to access.
 LONG RegOpenKeyView(HKEY root, const char* path, REGSAM access, UniqueHKey& key);
 
 // Deletes path; with subkeys, only when recursive is non-zero (their subkeys first).
@@ -60,7 +62,8 @@ int ReadLIDValueAfterPrefix(HKEY root, const char* path, const char* name, const
 // existing ancestor, or a null DACL when no ancestor exists or path itself does.
 class InheritedKeySecurity {
  public:
-  InheritedKeySecurity(HKEY root, const char* path, REGSAM view = RegistryView());
+  InheritedKeySecurity(HKEY root, const char* path);  // in the key's own view
+  InheritedKeySecurity(HKEY root, const char* path, REGSAM view);
   InheritedKeySecurity(const InheritedKeySecurity&) = delete;
   InheritedKeySecurity& operator=(const InheritedKeySecurity&) = delete;
   ~InheritedKeySecurity();

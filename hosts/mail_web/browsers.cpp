@@ -236,7 +236,8 @@ bool FindIeLocalServer(PathText& program) {
   if (!ReadWideText(HKEY_CLASSES_ROOT, kIeLocalServerKey, nullptr, kIeTextBytes, server)) return false;
   if (server.find(L'%') != std::wstring::npos) {
     wchar_t expanded[kPathCapacity];
-    const DWORD count = ExpandEnvironmentStringsW(server.c_str(), expanded, kPathCapacity);
+    const DWORD count = ExpandEnvironmentInView(RegistryViewOf(HKEY_CLASSES_ROOT, kIeLocalServerKey), server.c_str(),
+                                                expanded, kPathCapacity);
     if (count == 0 || count > kPathCapacity) return false;
     server.assign(expanded);
   }

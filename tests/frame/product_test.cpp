@@ -30,11 +30,11 @@ TEST_F(ProductLookup, VersionIsTheFirstNumericUninstallSubkeyCachedOnceFound) {
 }
 
 TEST_F(ProductLookup, OnlyInstallingSixtyFourSelectsThe64BitView) {
-  EXPECT_EQ(RegistryView(), 0u);
-  const std::pair<DWORD, REGSAM> cases[] = {{64, KEY_WOW64_64KEY}, {1, 0}, {65, 0}};
+  EXPECT_EQ(RegistryView(), static_cast<REGSAM>(KEY_WOW64_32KEY));
+  const std::pair<DWORD, REGSAM> cases[] = {{64, KEY_WOW64_64KEY}, {1, KEY_WOW64_32KEY}, {65, KEY_WOW64_32KEY}};
   for (const auto& [installing, view] : cases) {
     WriteDword(HKEY_LOCAL_MACHINE, "Software\\Tervane", "Installing", installing);
-    EXPECT_EQ(IsRegistry64(), view != 0 ? 1 : 0) << installing;
+    EXPECT_EQ(IsRegistry64(), view == KEY_WOW64_64KEY ? 1 : 0) << installing;
     EXPECT_EQ(RegistryView(), view) << installing;
   }
   WriteText(HKEY_LOCAL_MACHINE, "Software\\Tervane", "Installing", "64");
@@ -57,18 +57,31 @@ TEST_F(ProductLookup, UninstallDirKeepsItsTrailingBackslashOrLeavesTheBufferAlon
   EXPECT_STREQ(small, "untouched");
 }
 
-TEST_F(ProductLookup, StartupDirIsPerLanguageAndExpandsEnvironmentReferences) {
-  ProductOptions options = DefaultProductOptions();
-  options.startupDirExpandText = "%ProgramFiles%\\Kvil";
-  Install(options);
-  char expected[260];
-  ExpandEnvironmentStringsA("%ProgramFiles%\\Kvil", expected, sizeof expected);
-  char startup[260];
-  DWORD length = sizeof startup;
-  ASSERT_EQ(GetStartupDir(startup, &length, 1049), 1);
-  EXPECT_STREQ(startup, expected);
-  EXPECT_EQ(length, std::strlen(expected));
-  EXPECT_EQ(GetStartupDir(startup, &length, 1033), 0);
+// A product installed for 32-bit hosts sees the folders a 32-bit program sees.
+TEST_F(ProductLookup, StartupDirIsPerLanguageAndExpandsAsTheProductsViewSeesIt) {
+  const struct {
+    bool registry64;
+    const char* text;
+    const char* expected;
+  } cases[] = {
+      {false, "%ProgramFiles%\\Kvil", "C:\\Program Files (x86)\\Kvil"},
+      {false, "%commonprogramfiles%\\Kvil", "C:\\Program Files (x86)\\Common Files\\Kvil"},
+      {false, "%ProgramW6432%\\Kvil", "C:\\Program Files\\Kvil"},
+      {true, "%ProgramFiles%\\Kvil", "C:\\Program Files\\Kvil"},
+      {true, "%CommonProgramFiles%\\Kvil", "C:\\Program Files\\Common Files\\Kvil"},
+  };
+  for (const auto& c : cases) {
+    ProductOptions options = DefaultProductOptions();
+    options.registry64 = c.registry64;
+    options.startupDirExpandText = c.text;
+    Install(options);
+    char startup[260];
+    DWORD length = sizeof startup;
+    ASSERT_EQ(GetStartupDir(startup, &length, 1049), 1) << c.text;
+    EXPECT_STREQ(startup, c.expected) << c.text;
+    EXPECT_EQ(length, std::strlen(c.expected)) << c.text;
+    EXPECT_EQ(GetStartupDir(startup, &length, 1033), 0);
+  }
 }
 
 TEST_F(ProductLookup, MalformedStartupDirValuesAreReadWithinTheBuffer) {
