@@ -36,28 +36,6 @@ bool SameKeyPath(std::string_view a, std::string_view b) {
   return true;
 }
 
-// The root a view applies below. HKEY_CLASSES_ROOT named together with a view
-// flag is the machine's classes root under Wine, whatever this process's
-// HKEY_CLASSES_ROOT stands for; an HKEY_CLASSES_ROOT redirected with
-// RegOverridePredefKey (as the Windows Installer's self-registration capture
-// redirects it) must stay redirected, so that root is opened first, without a
-// view, and the view is named for the path below it. (Opening an empty path
-// gives back the predefined handle itself; creating one gives a handle of its own.)
-class ViewRoot {
- public:
-  explicit ViewRoot(HKEY root) : root_(root) {
-    if (root == HKEY_CLASSES_ROOT && RegCreateKeyExA(root, "", 0, nullptr, 0, MAXIMUM_ALLOWED, nullptr, opened_.put(),
-                                                     nullptr) == ERROR_SUCCESS) {
-      root_ = opened_.get();
-    }
-  }
-  HKEY get() const { return root_; }
-
- private:
-  HKEY root_;
-  UniqueHKey opened_;
-};
-
 LONG OpenInView(HKEY root, const char* path, REGSAM access, REGSAM view, UniqueHKey& key) {
   return RegOpenKeyExA(ViewRoot(root).get(), path, 0, access | view, key.put());
 }

@@ -9,20 +9,7 @@ namespace kvil {
 
 namespace {
 
-// The Installer's keys, as the library names them under each root.
-constexpr std::string_view kInstallerMachineKey = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer";
-constexpr std::string_view kInstallerClassesKey = "Installer";
-
 char AsciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-// path is key or lies below it (key names ignore the case of letters).
-bool IsKeyOrBelow(std::string_view path, std::string_view key) {
-  if (path.size() < key.size()) return false;
-  for (std::size_t i = 0; i < key.size(); ++i) {
-    if (AsciiLower(path[i]) != AsciiLower(key[i])) return false;
-  }
-  return path.size() == key.size() || path[key.size()] == '\\';
-}
 
 // The references a 32-bit program sees other folders behind, and the variable
 // naming the 32-bit folder: only where the system has one (not on 32-bit Windows).
@@ -80,11 +67,7 @@ DWORD ExpandInView(REGSAM view, const Char* text, Char* out, DWORD capacity) {
 REGSAM RegistryView() { return IsRegistry64() ? KEY_WOW64_64KEY : KEY_WOW64_32KEY; }
 
 REGSAM RegistryViewOf(HKEY root, std::string_view path) {
-  if ((root == HKEY_LOCAL_MACHINE && IsKeyOrBelow(path, kInstallerMachineKey)) ||
-      (root == HKEY_CLASSES_ROOT && IsKeyOrBelow(path, kInstallerClassesKey))) {
-    return kInstallerView;
-  }
-  return RegistryView();
+  return IsInstallerKey(root, path) ? kInstallerView : RegistryView();
 }
 
 DWORD ExpandEnvironmentInView(REGSAM view, const char* text, char* out, DWORD capacity) {

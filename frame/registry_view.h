@@ -23,10 +23,50 @@
 
 #include <string_view>
 
+#include "handles.h"
+
 namespace kvil {
 
 // The Windows Installer's own view.
 inline constexpr REGSAM kInstallerView = KEY_WOW64_64KEY;
+
+// The Installer's keys, as the library names them under each root: its
+// component data under HKLM and its qualified components under HKCR. The
+// machine seeder lays them out by the same rule.
+inline bool IsInstallerKey(HKEY root, std::string_view path) {
+  auto isKeyOrBelow = [path](std::string_view key) {
+    if (path.size() < key.size()) return false;
+    for (std::size_t i = 0; i < key.size(); ++i) {
+      const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+      if (lower(path[i]) != lower(key[i])) return false;
+    }
+    return path.size() == key.size() || path[key.size()] == '\\';
+  };
+  return (root == HKEY_LOCAL_MACHINE && isKeyOrBelow("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer")) ||
+         (root == HKEY_CLASSES_ROOT && isKeyOrBelow("Installer"));
+}
+
+// The root a view applies below. HKEY_CLASSES_ROOT named together with a view
+// flag is the machine's classes root under Wine, whatever this process's
+// HKEY_CLASSES_ROOT stands for; an HKEY_CLASSES_ROOT redirected with
+// RegOverridePredefKey (as the Windows Installer's self-registration capture
+// redirects it) must stay redirected, so that root is opened first, without a
+// view, and the view is named for the path below it. (Opening an empty path
+// gives back the predefined handle itself; creating one gives a handle of its own.)
+class ViewRoot {
+ public:
+  explicit ViewRoot(HKEY root) : root_(root) {
+    if (root == HKEY_CLASSES_ROOT && RegCreateKeyExA(root, "", 0, nullptr, 0, MAXIMUM_ALLOWED, nullptr, opened_.put(),
+                                                     nullptr) == ERROR_SUCCESS) {
+      root_ = opened_.get();
+    }
+  }
+  HKEY get() const { return root_; }
+
+ private:
+  HKEY root_;
+  UniqueHKey opened_;
+};
 
 // What "Installing" under "Software\Tervane" says: looked up in the 32-bit view
 // and then in the 64-bit view, the first value found (of any type) decides, and

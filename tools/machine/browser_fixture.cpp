@@ -19,14 +19,11 @@ VersionStamp ProgramBy(const std::string& maker, WORD major, WORD minor) {
 }  // namespace
 
 void WriteWideText(HKEY root, const std::string& path, const std::string& name, const std::wstring& text) {
-  HKEY key = nullptr;
-  LONG status = RegCreateKeyExA(root, path.c_str(), 0, nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr);
-  if (status != ERROR_SUCCESS) ThrowWin32Error("cannot create " + path, status);
+  const UniqueHKey key = CreateKeyForWriting(root, path);
   const std::wstring wideName = Widen(name);
-  status = RegSetValueExW(key, name.empty() ? nullptr : wideName.c_str(), 0, REG_SZ,
-                          reinterpret_cast<const BYTE*>(text.c_str()),
-                          static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
-  RegCloseKey(key);
+  const LONG status = RegSetValueExW(key.get(), name.empty() ? nullptr : wideName.c_str(), 0, REG_SZ,
+                                     reinterpret_cast<const BYTE*>(text.c_str()),
+                                     static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
   if (status != ERROR_SUCCESS) ThrowWin32Error("cannot write " + path + "\\" + name, status);
 }
 

@@ -48,13 +48,9 @@ void InstallTheBat(const std::string& programPath, MailProgram program) {
 }
 
 void SetTheBatExePath(const std::wstring& units, DWORD type) {
-  HKEY key = nullptr;
-  LONG status = RegCreateKeyExW(HKEY_CURRENT_USER, Widen(kTheBatKey).c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                                KEY_SET_VALUE, nullptr, &key, nullptr);
-  if (status != ERROR_SUCCESS) ThrowWin32Error(std::string("cannot create HKCU\\") + kTheBatKey, status);
-  const UniqueHKey owner(key);
-  status = RegSetValueExW(key, L"EXE path", 0, type, reinterpret_cast<const BYTE*>(units.data()),
-                          static_cast<DWORD>(units.size() * sizeof(wchar_t)));
+  const UniqueHKey key = CreateKeyForWriting(HKEY_CURRENT_USER, kTheBatKey);
+  const LONG status = RegSetValueExW(key.get(), L"EXE path", 0, type, reinterpret_cast<const BYTE*>(units.data()),
+                                     static_cast<DWORD>(units.size() * sizeof(wchar_t)));
   if (status != ERROR_SUCCESS) ThrowWin32Error("cannot write The Bat!'s \"EXE path\"", status);
 }
 

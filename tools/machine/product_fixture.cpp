@@ -6,6 +6,7 @@
 #include <shlobj.h>
 #include <shlwapi.h>
 
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -85,6 +86,11 @@ InstalledProduct InstallProduct(const ProductOptions& options) {
   if (options.majorVersion <= 0) throw std::invalid_argument("InstallProduct: majorVersion must be positive");
   if (options.productDir.empty()) throw std::invalid_argument("InstallProduct: productDir is empty");
   if (options.menuDir.empty()) throw std::invalid_argument("InstallProduct: menuDir is empty");
+
+  // A product installed for 64-bit hosts came with a 64-bit setup, which keeps
+  // all of its keys in the 64-bit view.
+  std::optional<ProgramsView> setupView;
+  if (options.registry64) setupView.emplace(KEY_WOW64_64KEY);
 
   InstalledProduct product;
   product.options = options;

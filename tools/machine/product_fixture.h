@@ -20,7 +20,8 @@ struct ProductOptions {
   std::vector<int> languages{1049, 1058};
   // Start-up folder per language; a language not listed uses productDir.
   std::map<int, std::string> startupDirs;
-  // Writes "Installing" = 64 under "Software\Tervane".
+  // Writes "Installing" = 64 under "Software\Tervane", and every key of the
+  // product in the 64-bit view, as a 64-bit setup does.
   bool registry64 = false;
   // "Kvil startup dir" as REG_EXPAND_SZ with this unexpanded text, when set.
   std::string startupDirExpandText;

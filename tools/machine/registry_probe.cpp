@@ -3,12 +3,16 @@
 #include <array>
 #include <cstdio>
 #include <stdexcept>
+#include <utility>
 
 #include "handles.h"
+#include "registry_view.h"
 #include "win32_support.h"
 
 namespace kvil::machine {
 namespace {
+
+REGSAM programs_view = KEY_WOW64_32KEY;
 
 // Longest names the registry allows, plus the terminator.
 constexpr DWORD kMaxKeyNameLength = 255 + 1;
@@ -32,26 +36,38 @@ std::string Describe(HKEY root, const std::string& path, const std::string& name
 
 kvil::UniqueHKey OpenForReading(HKEY root, const std::string& path, REGSAM access) {
   kvil::UniqueHKey key;
-  if (RegOpenKeyExA(root, path.c_str(), 0, access, key.put()) != ERROR_SUCCESS) key.reset();
-  return key;
-}
-
-kvil::UniqueHKey CreateForWriting(HKEY root, const std::string& path) {
-  kvil::UniqueHKey key;
-  const LONG status = RegCreateKeyExA(root, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                                      KEY_SET_VALUE | KEY_QUERY_VALUE, nullptr, key.put(), nullptr);
-  if (status != ERROR_SUCCESS) ThrowWin32Error("cannot create " + Describe(root, path), status);
+  if (RegOpenKeyExA(kvil::ViewRoot(root).get(), path.c_str(), 0, access | SeedingView(root, path), key.put()) !=
+      ERROR_SUCCESS) {
+    key.reset();
+  }
   return key;
 }
 
 void SetValue(HKEY root, const std::string& path, const std::string& name, DWORD type, const BYTE* data,
               std::size_t size) {
-  const kvil::UniqueHKey key = CreateForWriting(root, path);
+  const kvil::UniqueHKey key = CreateKeyForWriting(root, path);
   const LONG status = RegSetValueExA(key.get(), name.c_str(), 0, type, data, static_cast<DWORD>(size));
   if (status != ERROR_SUCCESS) ThrowWin32Error("cannot write " + Describe(root, path, name), status);
 }
 
 }  // namespace
+
+ProgramsView::ProgramsView(REGSAM view) : previous_(std::exchange(programs_view, view)) {}
+
+ProgramsView::~ProgramsView() { programs_view = previous_; }
+
+REGSAM SeedingView(HKEY root, const std::string& path) {
+  return kvil::IsInstallerKey(root, path) ? kvil::kInstallerView : programs_view;
+}
+
+kvil::UniqueHKey CreateKeyForWriting(HKEY root, const std::string& path) {
+  kvil::UniqueHKey key;
+  const LONG status =
+      RegCreateKeyExA(kvil::ViewRoot(root).get(), path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+                      KEY_SET_VALUE | KEY_QUERY_VALUE | SeedingView(root, path), nullptr, key.put(), nullptr);
+  if (status != ERROR_SUCCESS) ThrowWin32Error("cannot create " + Describe(root, path), status);
+  return key;
+}
 
 std::optional<RegValue> ReadValue(HKEY root, const std::string& path, const std::string& name) {
   const kvil::UniqueHKey key = OpenForReading(root, path, KEY_QUERY_VALUE);
@@ -161,7 +177,7 @@ std::map<std::string, std::string> Added(const std::map<std::string, std::string
   return added;
 }
 
-void CreateKey(HKEY root, const std::string& path) { CreateForWriting(root, path); }
+void CreateKey(HKEY root, const std::string& path) { CreateKeyForWriting(root, path); }
 
 void WriteText(HKEY root, const std::string& path, const std::string& name, const std::string& text, DWORD type) {
   SetValue(root, path, name, type, reinterpret_cast<const BYTE*>(text.c_str()), text.size() + 1);

@@ -1,8 +1,10 @@
 // Direct registry access for arranging a machine and asserting what the library
-// left in it. Always the default view, no inheritance tricks: what a host would see.
+// left in it, in the view a host would see: no inheritance tricks.
 #pragma once
 
 #include <windows.h>
+
+#include "handles.h"
 
 #include <cstdint>
 #include <map>
@@ -12,6 +14,27 @@
 #include <vector>
 
 namespace kvil::machine {
+
+// The machine is laid out as installers leave a 64-bit Windows: a program's
+// keys in the view of the program (32-bit unless a ProgramsView says 64), the
+// Windows Installer's own data in the 64-bit view whatever the program. Every
+// read and write below names the view SeedingView gives its key; where no
+// views exist (a scratch registry) the flag changes nothing.
+class ProgramsView {
+ public:
+  // KEY_WOW64_32KEY or KEY_WOW64_64KEY, for the life of the scope.
+  explicit ProgramsView(REGSAM view);
+  ProgramsView(const ProgramsView&) = delete;
+  ProgramsView& operator=(const ProgramsView&) = delete;
+  ~ProgramsView();
+
+ private:
+  REGSAM previous_;
+};
+REGSAM SeedingView(HKEY root, const std::string& path);
+
+// The key opened for setting values, created when missing, in its seeding view.
+kvil::UniqueHKey CreateKeyForWriting(HKEY root, const std::string& path);
 
 struct RegValue {
   DWORD type = REG_NONE;
