@@ -221,7 +221,7 @@ int ParseLID(const char* text) {
 }  // namespace
 
 InheritedKeySecurity::InheritedKeySecurity(HKEY root, const char* path)
-    : InheritedKeySecurity(root, path, RegistryViewOf(root, path != nullptr ? path : "")) {}
+    : InheritedKeySecurity(root, path, KeyView(root, path)) {}
 
 InheritedKeySecurity::InheritedKeySecurity(HKEY root, const char* path, REGSAM view) {
   bool ntFamily = (GetVersion() & 0x80000000u) == 0;
