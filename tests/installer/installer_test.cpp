@@ -1,10 +1,14 @@
-// The library against Wine's own Windows Installer: run_installer_test.cmake
-// installs Office 2000's Russian proofing tools (proofing_tools.wxs), Office
-// 2010's Russian grammar checker (office_grammar.wxs) and the product's
-// (product_grammar.wxs) with msiexec in a prefix of their own, runs
-// InstalledPackage.* and PublishedGrammar.*, removes the packages and runs
-// Removed.*. No scratch registry here: msiexec, a separate process, must find in
-// the prefix's own hives whatever these tests leave behind.
+// The library against Wine's own Windows Installer, on a 64-bit Windows laid
+// out once with 64-bit programs and once with 32-bit ones.
+// run_installer_test.cmake first installs with msiexec, in a prefix of their
+// own, Word 2000's Russian proofing tools built for x64 (proofing_tools.wxs),
+// Office 2010's Russian grammar checker (office_grammar.wxs) and the product's
+// (product_grammar.wxs), runs x64/InstalledPackage.* and PublishedGrammar.*,
+// removes the packages and runs x64/RemovedPackage.* and RemovedGrammar.*; then
+// it does the same with the proofing tools built for x86 and the x86/ tests.
+// No scratch registry here: msiexec, a separate process, must find in the
+// prefix's own hives whatever these tests leave behind, and the registry's two
+// views exist only there.
 
 #include <windows.h>
 // msi.h needs the Windows types first.
@@ -13,9 +17,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -33,9 +39,33 @@ namespace {
 
 using Values = std::map<std::string, std::string>;
 
-// The package's folder under the prefix's 64-bit Program Files.
-constexpr char kPackageFolder[] = "C:\\Program Files\\Proofing Tools";
-constexpr char kUninstallList[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall";
+// Where a program keeps its HKLM SOFTWARE keys, by the keys' real paths (as
+// regedit shows them): a 64-bit program's in the 64-bit view, a 32-bit
+// program's in the 32-bit view, which is "SOFTWARE\Wow6432Node".
+constexpr char kSoftware64[] = "SOFTWARE";
+constexpr char kSoftware32[] = "SOFTWARE\\Wow6432Node";
+constexpr const char* kBothViews[] = {kSoftware64, kSoftware32};
+
+// A 64-bit Windows as the proofing-tools package of one width leaves it: its
+// keys in that width's view and its files in that width's Program Files (the
+// Installer's own data is in the 64-bit view for both). The product is
+// installed for hosts of the same width.
+struct Machine {
+  bool programs64;
+  const char* software;
+  const char* otherSoftware;
+  const char* programFiles;
+};
+constexpr Machine kPrograms64{true, kSoftware64, kSoftware32, "C:\\Program Files"};
+constexpr Machine kPrograms32{false, kSoftware32, kSoftware64, "C:\\Program Files (x86)"};
+void PrintTo(const Machine& machine, std::ostream* out) { *out << "programs under HKLM\\" << machine.software; }
+
+constexpr char kUninstallList[] = "\\Microsoft\\Windows\\CurrentVersion\\Uninstall";
+constexpr char kWordInstallRoot[] = "\\Microsoft\\Office\\9.0\\Word\\InstallRoot";
+constexpr char kSharedSpelling[] = "\\Microsoft\\Shared Tools\\Proofing Tools\\Spelling\\1049\\Normal";
+// What the product and the library write outside the packages, in either view.
+constexpr const char* kProductTraces[] = {"\\Tervane", "\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Kvil",
+                                          "\\Microsoft\\Shared Tools\\Proofing Tools"};
 
 template <typename Export>
 Export Bind(const LibraryUnderTest& dll, const char* name) {
@@ -44,7 +74,28 @@ Export Bind(const LibraryUnderTest& dll, const char* name) {
   return reinterpret_cast<Export>(entry);
 }
 
-std::string InPackageFolder(const std::string& name) { return std::string(kPackageFolder) + "\\" + name; }
+std::string PackageFolder(const Machine& machine) { return std::string(machine.programFiles) + "\\Proofing Tools"; }
+std::string InPackageFolder(const Machine& machine, const std::string& name) {
+  return PackageFolder(machine) + "\\" + name;
+}
+
+// A value at its key's real path, read without redirection; nullopt for the
+// text stands for "no such key".
+struct RealValue {
+  std::string key;
+  const char* name;
+  std::optional<std::string> text;
+};
+void ExpectRealValues(std::initializer_list<RealValue> values) {
+  const ProgramsView real(KEY_WOW64_64KEY);
+  for (const RealValue& value : values) {
+    if (value.text) {
+      EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, value.key, value.name), value.text) << value.key;
+    } else {
+      EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, value.key)) << value.key;
+    }
+  }
+}
 
 // The Russian speller's two components: the code the package installs each
 // under (the library's packed code, unpacked), its file there, and the product's
@@ -60,6 +111,7 @@ constexpr SpellerComponent kSpellerComponents[] = {
     {"{E9383FD7-9432-11D2-900A-00805F9B1201}", kRussianSpellerLexiconComponent, "MSSP3RU.LEX", "SPRUNORM.LEX"},
 };
 
+// Under the Installer's own key, which the 64-bit view holds.
 std::string ComponentKey(const SpellerComponent& speller) {
   return std::string(kLocalSystemComponents) + "\\" + speller.packedCode;
 }
@@ -93,80 +145,149 @@ Lookup OriginalEnglishModule(const LibraryUnderTest& dll, std::int32_t which) {
   return {result, buffer, length};
 }
 
-// The product (8.0, Russian) installed on the prefix with its start-up folder in
-// a temporary folder; its keys are taken away again after each test so that
-// msiexec later removes the packages from the machine it installed them on.
+// The product (8.0, Russian) installed on the prefix for hosts of the
+// machine's width, its start-up folder in a temporary folder. What it and the
+// library leave in the registry is taken away, in both views, after each test,
+// so that msiexec later removes the packages from the machine it installed
+// them on and the next machine starts without the product.
 class ProductOnPrefix : public ::testing::Test {
  protected:
-  void SetUp() override {
+  void InstallOn(const Machine& machine) {
+    machine_ = &machine;
     folder_ = std::make_unique<ScratchFolder>();
     ProductOptions options;
     options.productDir = folder_->Join("Kvil");
     options.menuDir = folder_->Join("Start Menu\\Kvil");
     options.languages = {1049};
     options.startupDirs = {{1049, folder_->Join("Kvil\\Startup")}};
+    options.registry64 = machine.programs64;
     product_ = InstallProduct(options);
     dll_ = std::make_unique<LibraryUnderTest>();
   }
 
   void TearDown() override {
     dll_.reset();
-    RegDeleteTreeA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Tervane");
-    RegDeleteTreeA(HKEY_LOCAL_MACHINE, (std::string(kUninstallList) + "\\Kvil").c_str());
+    for (const char* software : kBothViews) {
+      for (const char* trace : kProductTraces) {
+        RegDeleteTreeA(HKEY_LOCAL_MACHINE, (software + std::string(trace)).c_str());
+      }
+    }
     folder_.reset();
   }
 
+  const Machine& machine() const { return *machine_; }
   const LibraryUnderTest& dll() const { return *dll_; }
   std::string StartupDir() const { return product_->StartupDir(1049); }
 
  private:
+  const Machine* machine_ = nullptr;
   std::unique_ptr<ScratchFolder> folder_;
   std::optional<InstalledProduct> product_;
   std::unique_ptr<LibraryUnderTest> dll_;
 };
 
-using InstalledPackage = ProductOnPrefix;
+class InstalledPackage : public ProductOnPrefix, public ::testing::WithParamInterface<Machine> {
+ protected:
+  void SetUp() override { InstallOn(GetParam()); }
 
-// The package's codes are the ones the library knows. Attached twice, Office is
-// handed the product's files and the Installer's own paths are kept once under
-// the backup name; restoring leaves the components exactly as msiexec wrote them.
-TEST_F(InstalledPackage, RegisterOffice90RedirectsTheComponentsAndRestoresThem) {
-  using Export = std::uint32_t (*)(std::int32_t, std::int32_t, const char*, const char*, const char*, std::int32_t,
-                                   std::int32_t);
-  const auto registerSpeller = [&](int restore) {
-    return Bind<Export>(dll(), "RegisterOffice90")(0, 1049, StartupDir().c_str(), "kvilsp3.dll", "SPRUNORM.LEX",
-                                                   restore, 9);
-  };
-  const auto expectComponents = [&](bool redirected, const std::string& when) {
+  // Each component as Office finds it, in the Installer's data and through the
+  // Installer: the package's file, or the product's with the package's path
+  // kept once under the backup name.
+  void ExpectComponents(bool redirected, const std::string& when) const {
     for (const SpellerComponent& speller : kSpellerComponents) {
       SCOPED_TRACE(std::string(speller.packageFile) + ", " + when);
-      const std::string installed = InPackageFolder(speller.packageFile);
+      const std::string installed = InPackageFolder(machine(), speller.packageFile);
       const std::string handedOut = redirected ? StartupDir() + "\\" + speller.productFile : installed;
       Values values{{kOffice2000RussianPacked, "sz:" + handedOut}};
       if (redirected) values[std::string("Saved by Kvil 8:") + kOffice2000RussianPacked] = "sz:" + installed;
       EXPECT_EQ(InstallerPath(speller), std::pair(INSTALLSTATE_LOCAL, handedOut));
       EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, ComponentKey(speller)), values);
     }
-  };
-  expectComponents(false, "as installed");
-  for (int attach = 1; attach <= 2; ++attach) {
-    ASSERT_EQ(registerSpeller(0), 1u);
-    expectComponents(true, "attach " + std::to_string(attach));
   }
-  ASSERT_EQ(registerSpeller(1), 1u);
-  expectComponents(false, "restored");
+};
+INSTANTIATE_TEST_SUITE_P(x64, InstalledPackage, ::testing::Values(kPrograms64));
+INSTANTIATE_TEST_SUITE_P(x86, InstalledPackage, ::testing::Values(kPrograms32));
+
+// msiexec writes the package's Registry table and its uninstall entry in the
+// view of the package's width, beside the product's own entry, and nothing in
+// the other view; the components' data goes to the Installer's 64-bit view
+// whatever the width.
+TEST_P(InstalledPackage, TheInstallerWritesThePackagesKeysInItsViewAndItsOwnDataInThe64BitView) {
+  const std::string packageEntry = std::string(kUninstallList) + "\\" + kOffice2000RussianProductCode;
+  const std::string productEntry = std::string(kUninstallList) + "\\Kvil\\8.0";
+  const std::string engineComponent =
+      std::string("\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\S-1-5-18\\Components\\") +
+      kRussianSpellerEngineComponent;
+  const std::string software = machine().software;
+  const std::string other = machine().otherSoftware;
+  ExpectRealValues({
+      {software + kWordInstallRoot, "Path", std::string(machine().programFiles) + "\\Microsoft Office\\Office\\"},
+      {other + kWordInstallRoot, "Path", std::nullopt},
+      {software + packageEntry, "DisplayName", "Russian Proofing Tools"},
+      {other + packageEntry, "DisplayName", std::nullopt},
+      {software + productEntry, "DisplayName", "Kvil 8.0"},
+      {other + productEntry, "DisplayName", std::nullopt},
+      {kSoftware64 + engineComponent, kOffice2000RussianPacked, InPackageFolder(machine(), "MSSP3RU.DLL")},
+      {kSoftware32 + engineComponent, kOffice2000RussianPacked, std::nullopt},
+  });
+}
+
+// Word 2000 of the machine's width is found by the install root the package
+// wrote. Attaching its Russian speller (twice) hands Office the product's files
+// through the Installer, the paths msiexec wrote kept once under the backup
+// name, and registers the speller in the shared tree of Word's own view;
+// restoring leaves the components exactly as msiexec wrote them.
+TEST_P(InstalledPackage, Word2000IsHandedTheProductsSpellerByTheInstallerUntilRestored) {
+  EXPECT_EQ(dll().Call("Exist", "WW90", 0, 1049), 1);
+  ExpectComponents(false, "as installed");
+  for (int attach = 1; attach <= 2; ++attach) {
+    ASSERT_EQ(dll().Call("Attach", "WW90", 0, 1049), 1);
+    ExpectComponents(true, "attach " + std::to_string(attach));
+  }
+  ExpectRealValues({{machine().software + std::string(kSharedSpelling), "Engine", StartupDir() + "\\kvilsp3.dll"},
+                    {machine().otherSoftware + std::string(kSharedSpelling), "Engine", std::nullopt}});
+  using Export = std::uint32_t (*)(std::int32_t, std::int32_t, const char*, const char*, const char*, std::int32_t,
+                                   std::int32_t);
+  ASSERT_EQ(Bind<Export>(dll(), "RegisterOffice90")(0, 1049, StartupDir().c_str(), "kvilsp3.dll", "SPRUNORM.LEX",
+                                                     1, 9),
+            1u);
+  ExpectComponents(false, "restored");
 }
 
 // The package publishes the English lexicon under the proofing-lexicon category
-// and, as Office 2010 does, the English engine; the proofing-data and
-// dictionary categories have nothing published.
-TEST_F(InstalledPackage, TheEnglishModulesAreFoundAsPublished) {
-  const std::string lexicon = InPackageFolder("MSSP3EN.LEX");
-  const std::string engine = InPackageFolder("MSSP3EN.DLL");
+// and, as Office 2010 of the machine's width does, the English engine under
+// that Office's category; the proofing-data and dictionary categories have
+// nothing published.
+TEST_P(InstalledPackage, TheEnglishModulesAreFoundAsPublished) {
+  const std::string lexicon = InPackageFolder(machine(), "MSSP3EN.LEX");
+  const std::string engine = InPackageFolder(machine(), "MSSP3EN.DLL");
   EXPECT_EQ(EnglishNlsModule(dll(), 1), Lookup(0, lexicon, lexicon.size()));
   EXPECT_EQ(EnglishNlsModule(dll(), 0), Lookup(0, "", 0));
   EXPECT_EQ(OriginalEnglishModule(dll(), 0), Lookup(1033, engine, engine.size()));
   EXPECT_EQ(std::get<0>(OriginalEnglishModule(dll(), 1)), 0u);
+}
+
+// After msiexec /x the package is unknown and its files are gone, which also
+// shows that restoring left no value of the library's in the Installer's
+// components; neither view keeps anything of the package or the product, so
+// the next machine starts bare.
+class RemovedPackage : public ::testing::TestWithParam<Machine> {};
+INSTANTIATE_TEST_SUITE_P(x64, RemovedPackage, ::testing::Values(kPrograms64));
+INSTANTIATE_TEST_SUITE_P(x86, RemovedPackage, ::testing::Values(kPrograms32));
+
+TEST_P(RemovedPackage, TheInstallerNoLongerKnowsItAndNeitherViewKeepsAnything) {
+  EXPECT_EQ(MsiQueryProductStateA(kOffice2000RussianProductCode), INSTALLSTATE_UNKNOWN);
+  for (const SpellerComponent& speller : kSpellerComponents) {
+    EXPECT_EQ(InstallerPath(speller).first, INSTALLSTATE_UNKNOWN) << speller.packageFile;
+    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, ComponentKey(speller))) << speller.packageFile;
+  }
+  for (const char* software : kBothViews) {
+    const std::string view = software;
+    ExpectRealValues({{view + kUninstallList + "\\" + kOffice2000RussianProductCode, "", std::nullopt},
+                      {view + kWordInstallRoot, "", std::nullopt}});
+    for (const char* trace : kProductTraces) ExpectRealValues({{view + trace, "", std::nullopt}});
+  }
+  EXPECT_EQ(GetFileAttributesA(PackageFolder(GetParam()).c_str()), INVALID_FILE_ATTRIBUTES);
 }
 
 // One grammar package as installed: what the Installer files it under, where
@@ -242,7 +363,7 @@ std::pair<UINT, std::string> ProvidedChecker(const GrammarList& list) {
 class PublishedGrammar : public ProductOnPrefix {
  protected:
   void SetUp() override {
-    ProductOnPrefix::SetUp();
+    InstallOn(kPrograms64);
     for (const GrammarList& list : kGrammarLists) {
       // Wine's Installer writes nothing where Office looks.
       ASSERT_FALSE(KeyExists(HKEY_CLASSES_ROOT, OfficesList(list))) << list.qualifier;
@@ -302,22 +423,16 @@ TEST_F(PublishedGrammar, SwitchingOutHandsOfficeTheProductsCheckerUntilSwitchedB
   }
 }
 
-// After msiexec /x of the three packages none is known and their files are gone,
-// which also shows that restoring left no value of the library's in the
-// Installer's components. No grammar list is left, in Wine's place or in
-// Office's: the categories themselves are unknown to the Installer.
-TEST(Removed, TheInstallerNoLongerKnowsAnyPackage) {
-  for (const char* productCode :
-       {kOffice2000RussianProductCode, kOfficeGrammar.productCode, kProductGrammar.productCode}) {
-    EXPECT_EQ(MsiQueryProductStateA(productCode), INSTALLSTATE_UNKNOWN) << productCode;
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, std::string(kUninstallList) + "\\" + productCode)) << productCode;
-  }
-  for (const SpellerComponent& speller : kSpellerComponents) {
-    EXPECT_EQ(InstallerPath(speller).first, INSTALLSTATE_UNKNOWN) << speller.packageFile;
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, ComponentKey(speller))) << speller.packageFile;
-  }
-  for (const char* folder : {kPackageFolder, kOfficeGrammar.folder, kProductGrammar.folder}) {
-    EXPECT_EQ(GetFileAttributesA(folder), INVALID_FILE_ATTRIBUTES) << folder;
+// After msiexec /x of the grammar packages neither is known and their files
+// are gone. No grammar list is left, in Wine's place or in Office's: the
+// categories themselves are unknown to the Installer.
+TEST(RemovedGrammar, TheInstallerNoLongerKnowsEitherPackage) {
+  for (const GrammarPackage& package : {kOfficeGrammar, kProductGrammar}) {
+    EXPECT_EQ(MsiQueryProductStateA(package.productCode), INSTALLSTATE_UNKNOWN) << package.productCode;
+    for (const char* software : kBothViews) {
+      ExpectRealValues({{software + std::string(kUninstallList) + "\\" + package.productCode, "", std::nullopt}});
+    }
+    EXPECT_EQ(GetFileAttributesA(package.folder), INVALID_FILE_ATTRIBUTES) << package.folder;
   }
   for (const GrammarList& list : kGrammarLists) {
     EXPECT_EQ(ProvidedChecker(list), std::pair(UINT{ERROR_UNKNOWN_COMPONENT}, std::string())) << list.qualifier;

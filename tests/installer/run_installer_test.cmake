@@ -1,8 +1,8 @@
-# The library against a real Windows Installer: builds three packages with wixl
+# The library against a real Windows Installer: builds the packages with wixl
 # and, with Wine's msiexec in a Wine prefix of its own (made fresh, deleted
-# afterwards whatever happened), installs them, runs the installed-package
-# tests, removes them and runs the removed-package tests. The first failing step
-# fails the test.
+# afterwards whatever happened), lays out one machine after the other: installs
+# its packages, runs its installed-package tests, removes the packages and runs
+# its removed-package tests. The first failing step fails the test.
 #
 #   cmake -DSOURCE_DIR=<tests/installer> -DWORK_DIR=<dir> -DPREFIX=<wine prefix>
 #         -DWINE_RUN=<build/wine-run> -DWINESERVER=<wineserver> -DTEST_PROGRAM=<installer_tests.exe>
@@ -15,11 +15,21 @@ foreach(required SOURCE_DIR WORK_DIR PREFIX WINE_RUN WINESERVER TEST_PROGRAM)
 endforeach()
 set(ENV{KVIL_WINEPREFIX} "${PREFIX}")
 
-# Office 2000's proofing tools, then Office 2010's grammar checker before the
-# product's, as on a machine where the product came after Office (the Installer
-# appends each new provider to the lists); each with the product code msiexec /x
-# removes it by.
-set(packages proofing_tools office_grammar product_grammar)
+# Two machines, each in its own tests' name prefix: first one with 64-bit
+# programs, where Word 2000's Russian proofing tools, then Office 2010's grammar
+# checker and then the product's are installed, as on a machine where the
+# product came after Office (the Installer appends each new provider to the
+# lists); then one with 32-bit programs, where the same proofing tools are
+# installed built for x86. The two builds share their product and component
+# codes, so the second machine is laid out only once the first is removed.
+# Each package has the product code msiexec /x removes it by.
+set(machines x64 x86)
+set(x64_packages proofing_tools office_grammar product_grammar)
+set(x64_installed_tests "x64/InstalledPackage.*:PublishedGrammar.*")
+set(x64_removed_tests "x64/RemovedPackage.*:RemovedGrammar.*")
+set(x86_packages proofing_tools)
+set(x86_installed_tests "x86/InstalledPackage.*")
+set(x86_removed_tests "x86/RemovedPackage.*")
 set(proofing_tools_code "{00000419-78E1-11D2-B60F-006097C998E7}")
 set(office_grammar_code "{5B01B8FC-B06B-4E59-A932-997204AAB1B9}")
 set(product_grammar_code "{570BBEB2-032A-412F-81DE-77E4180502D5}")
@@ -98,20 +108,32 @@ endif()
 
 # wixl writes no PublishComponent table and leaves the publishing actions out of
 # the execute sequence: both are added to the built package, the table from
-# <name>.idt, the actions at their places in the Installer's standard sequence.
-foreach(name IN LISTS packages)
-  set(package "${WORK_DIR}/${name}.msi")
-  run_step("wixl ${name}" WORKING_DIRECTORY "${WORK_DIR}/payload"
-           COMMAND ${WIXL} -a x64 -o ${package} ${SOURCE_DIR}/${name}.wxs)
+# <name>.idt (or <name>-<arch>.idt, where the width changes what is published),
+# the actions at their places in the Installer's standard sequence. A package
+# is built for its machine's width (Arch tells its source which).
+function(build_package name arch)
+  set(package "${WORK_DIR}/${name}-${arch}.msi")
+  set(table "${SOURCE_DIR}/${name}-${arch}.idt")
+  if(NOT EXISTS "${table}")
+    set(table "${SOURCE_DIR}/${name}.idt")
+  endif()
+  run_step("wixl ${name} ${arch}" WORKING_DIRECTORY "${WORK_DIR}/payload"
+           COMMAND ${WIXL} -a ${arch} -D Arch=${arch} -o ${package} ${SOURCE_DIR}/${name}.wxs)
   set(insert "INSERT INTO `InstallExecuteSequence` (`Action`, `Sequence`) VALUES")
-  run_step("msibuild ${name}" COMMAND ${MSIBUILD} ${package} -i ${SOURCE_DIR}/${name}.idt
+  run_step("msibuild ${name} ${arch}" COMMAND ${MSIBUILD} ${package} -i ${table}
            -q "${insert} ('UnpublishComponents', 1700)" -q "${insert} ('PublishComponents', 6200)")
-  string(REPLACE "/" "\\" windows_package "Z:${package}")
-  msiexec(/i ${windows_package} "${WORK_DIR}/${name}-install.log")
+endfunction()
+
+foreach(arch IN LISTS machines)
+  foreach(name IN LISTS ${arch}_packages)
+    build_package(${name} ${arch})
+    string(REPLACE "/" "\\" windows_package "Z:${WORK_DIR}/${name}-${arch}.msi")
+    msiexec(/i ${windows_package} "${WORK_DIR}/${name}-${arch}-install.log")
+  endforeach()
+  run_tests("${arch} installed package tests" "${${arch}_installed_tests}")
+  foreach(name IN LISTS ${arch}_packages)
+    msiexec(/x ${${name}_code} "${WORK_DIR}/${name}-${arch}-remove.log")
+  endforeach()
+  run_tests("${arch} removed package tests" "${${arch}_removed_tests}")
 endforeach()
-run_tests("installed package tests" "InstalledPackage.*:PublishedGrammar.*")
-foreach(name IN LISTS packages)
-  msiexec(/x ${${name}_code} "${WORK_DIR}/${name}-remove.log")
-endforeach()
-run_tests("removed package tests" "Removed.*")
 remove_prefix()
