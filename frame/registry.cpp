@@ -37,11 +37,19 @@ bool SameKeyPath(std::string_view a, std::string_view b) {
 }
 
 LONG OpenInView(HKEY root, const char* path, REGSAM access, REGSAM view, UniqueHKey& key) {
-  return RegOpenKeyExA(ViewRoot(root).get(), path, 0, access | view, key.put());
+  const KeyInView placed = PlaceInView(root, path != nullptr ? path : "", view);
+  return RegOpenKeyExA(root, placed.path.c_str(), 0, access | placed.flag, key.put());
+}
+
+LONG CreateInView(HKEY root, const char* path, REGSAM access, REGSAM view, SECURITY_ATTRIBUTES* security,
+                  UniqueHKey& key) {
+  const KeyInView placed = PlaceInView(root, path != nullptr ? path : "", view);
+  return RegCreateKeyExA(root, placed.path.c_str(), 0, nullptr, 0, access | placed.flag, security, key.put(), nullptr);
 }
 
 LONG DeleteInView(HKEY root, const char* path, REGSAM view) {
-  return RegDeleteKeyExA(ViewRoot(root).get(), path, view, 0);
+  const KeyInView placed = PlaceInView(root, path != nullptr ? path : "", view);
+  return RegDeleteKeyExA(root, placed.path.c_str(), placed.flag, 0);
 }
 
 // The key one primitive works on: a handle of the export's, which stays open
@@ -60,8 +68,7 @@ class PrimitiveKey {
   }
   // Creates or opens the key for writing; a new key gets security.
   LONG Create(HKEY root, const char* path, REGSAM view, SECURITY_ATTRIBUTES* security) {
-    const LONG status = RegCreateKeyExA(ViewRoot(root).get(), path, 0, nullptr, 0, KEY_WRITE | view, security,
-                                        owned_.put(), nullptr);
+    const LONG status = CreateInView(root, path, KEY_WRITE, view, security, owned_);
     if (status == ERROR_SUCCESS) Share(root, path, KEY_WRITE, view);
     return status;
   }

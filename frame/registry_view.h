@@ -11,7 +11,7 @@
 // | HKCR "Installer\Components\..." (qualified components)    | 64-bit always        | the Installer's data again; shared on Windows 7 and later, but redirected on Vista and earlier and under Wine |
 // | HKLM SOFTWARE: the product's uninstall entry, options and records, the uninstall list, Office's, Shared Tools' and every host's own keys | the product's | redirected: 32-bit hosts and setups read and write Wow6432Node, 64-bit ones the native keys |
 // | HKLM "...\App Paths\..."                                  | the product's        | shared on Windows 7 and later: the flag changes nothing     |
-// | HKCR "CLSID\..." (Internet Explorer's automation server)  | the product's        | redirected: a 32-bit browser registers under Wow6432Node\CLSID |
+// | HKCR "CLSID\..." (Internet Explorer's automation server)  | the product's        | redirected: a 32-bit browser registers under Wow6432Node\CLSID (reached by that path: PlaceInView) |
 // | HKCU "Software\..." (hosts' per-user options)             | the product's        | shared: the flag changes nothing                            |
 //
 // The product's view is KEY_WOW64_32KEY, or KEY_WOW64_64KEY when "Installing" is
@@ -21,52 +21,54 @@
 
 #include <windows.h>
 
+#include <string>
 #include <string_view>
-
-#include "handles.h"
 
 namespace kvil {
 
 // The Windows Installer's own view.
 inline constexpr REGSAM kInstallerView = KEY_WOW64_64KEY;
 
+// path is key or lies below it; key names ignore the case of letters.
+inline bool IsKeyOrBelow(std::string_view path, std::string_view key) {
+  if (path.size() < key.size()) return false;
+  for (std::size_t i = 0; i < key.size(); ++i) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    if (lower(path[i]) != lower(key[i])) return false;
+  }
+  return path.size() == key.size() || path[key.size()] == '\\';
+}
+
 // The Installer's keys, as the library names them under each root: its
 // component data under HKLM and its qualified components under HKCR. The
 // machine seeder lays them out by the same rule.
 inline bool IsInstallerKey(HKEY root, std::string_view path) {
-  auto isKeyOrBelow = [path](std::string_view key) {
-    if (path.size() < key.size()) return false;
-    for (std::size_t i = 0; i < key.size(); ++i) {
-      const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-      if (lower(path[i]) != lower(key[i])) return false;
-    }
-    return path.size() == key.size() || path[key.size()] == '\\';
-  };
-  return (root == HKEY_LOCAL_MACHINE && isKeyOrBelow("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer")) ||
-         (root == HKEY_CLASSES_ROOT && isKeyOrBelow("Installer"));
+  return (root == HKEY_LOCAL_MACHINE && IsKeyOrBelow(path, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer")) ||
+         (root == HKEY_CLASSES_ROOT && IsKeyOrBelow(path, "Installer"));
 }
 
-// The root a view applies below. HKEY_CLASSES_ROOT named together with a view
-// flag is the machine's classes root under Wine, whatever this process's
-// HKEY_CLASSES_ROOT stands for; an HKEY_CLASSES_ROOT redirected with
-// RegOverridePredefKey (as the Windows Installer's self-registration capture
-// redirects it) must stay redirected, so that root is opened first, without a
-// view, and the view is named for the path below it. (Opening an empty path
-// gives back the predefined handle itself; creating one gives a handle of its own.)
-class ViewRoot {
- public:
-  explicit ViewRoot(HKEY root) : root_(root) {
-    if (root == HKEY_CLASSES_ROOT && RegCreateKeyExA(root, "", 0, nullptr, 0, MAXIMUM_ALLOWED, nullptr, opened_.put(),
-                                                     nullptr) == ERROR_SUCCESS) {
-      root_ = opened_.get();
-    }
-  }
-  HKEY get() const { return root_; }
-
- private:
-  HKEY root_;
-  UniqueHKey opened_;
+// A key as the registry call is to name it: the path below the root and the
+// view flag. HKEY_CLASSES_ROOT is the one root whose view is spelt into the
+// path instead: a view flag on it bypasses a RegOverridePredefKey redirection
+// under Wine (the Windows Installer's self-registration capture redirects it
+// that way) and is not applied below a handle of it, while on Windows 7 and
+// later only a few of its keys have a 32-bit copy at all. Those copies are
+// reached as "Wow6432Node\<key>" with no flag, where Windows and Wine keep them.
+struct KeyInView {
+  std::string path;
+  REGSAM flag;
 };
+
+inline KeyInView PlaceInView(HKEY root, std::string_view path, REGSAM view) {
+  if (root != HKEY_CLASSES_ROOT) return {std::string(path), view};
+  if (view != KEY_WOW64_32KEY) return {std::string(path), 0};
+  constexpr std::string_view kRedirectedClassKeys[] = {"CLSID", "DirectShow", "Interface", "Media Type",
+                                                       "MediaFoundation"};
+  for (const std::string_view key : kRedirectedClassKeys) {
+    if (IsKeyOrBelow(path, key)) return {"Wow6432Node\\" + std::string(path), 0};
+  }
+  return {std::string(path), 0};
+}
 
 // What "Installing" under "Software\Tervane" says: looked up in the 32-bit view
 // and then in the 64-bit view, the first value found (of any type) decides, and

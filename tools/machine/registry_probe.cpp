@@ -36,8 +36,8 @@ std::string Describe(HKEY root, const std::string& path, const std::string& name
 
 kvil::UniqueHKey OpenForReading(HKEY root, const std::string& path, REGSAM access) {
   kvil::UniqueHKey key;
-  if (RegOpenKeyExA(kvil::ViewRoot(root).get(), path.c_str(), 0, access | SeedingView(root, path), key.put()) !=
-      ERROR_SUCCESS) {
+  const kvil::KeyInView placed = kvil::PlaceInView(root, path, SeedingView(root, path));
+  if (RegOpenKeyExA(root, placed.path.c_str(), 0, access | placed.flag, key.put()) != ERROR_SUCCESS) {
     key.reset();
   }
   return key;
@@ -62,9 +62,9 @@ REGSAM SeedingView(HKEY root, const std::string& path) {
 
 kvil::UniqueHKey CreateKeyForWriting(HKEY root, const std::string& path) {
   kvil::UniqueHKey key;
-  const LONG status =
-      RegCreateKeyExA(kvil::ViewRoot(root).get(), path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                      KEY_SET_VALUE | KEY_QUERY_VALUE | SeedingView(root, path), nullptr, key.put(), nullptr);
+  const kvil::KeyInView placed = kvil::PlaceInView(root, path, SeedingView(root, path));
+  const LONG status = RegCreateKeyExA(root, placed.path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+                                      KEY_SET_VALUE | KEY_QUERY_VALUE | placed.flag, nullptr, key.put(), nullptr);
   if (status != ERROR_SUCCESS) ThrowWin32Error("cannot create " + Describe(root, path), status);
   return key;
 }
