@@ -2,13 +2,17 @@
 # output. The prefix is the build's own: neither the product nor any host
 # application is installed there, so every host answers as on a clean machine
 # (Unknown is always available, the Editor exists but finds no product files, the
-# Office hosts find no Office, and nothing can be attached).
+# Office hosts find no Office, nothing can be attached, and with no "Installing"
+# value the product's registry view is the 32-bit one).
 #
 #   cmake -DCASE=<name> -DTOOL=<kvilhosts.exe> -DEMULATOR=<wine-run> -DDEMO=<kvildemo.exe>
 #         -DWINESERVER=<wineserver> -DWORK_DIR=<dir> -P kvilhosts_cli.cmake
 #
 # The journal and round-trip cases need hosts to change: each seeds a demo
 # machine of its own, a fresh prefix under WORK_DIR, kept when the case fails.
+# The demo machine is 64-bit Windows with 32-bit programs, so the keys the
+# library changes are in the 32-bit view, which the journal names as the
+# registry keeps it: HKLM\SOFTWARE\WOW6432Node\...
 
 foreach(required CASE TOOL EMULATOR)
   if(NOT DEFINED ${required})
@@ -249,10 +253,14 @@ elseif(CASE STREQUAL "list_table")
   string(REGEX REPLACE "\n$" "" body "${stdout}")
   string(REPLACE "\n" ";" lines "${body}")
   list(LENGTH lines count)
-  # A header and one row per suffix of the table, which starts at WW70 and ends
-  # with the Editor and Unknown.
-  if(NOT count EQUAL 105)
-    fail("${count} lines, expected a header and 104 rows")
+  # The product's registry view, a header and one row per suffix of the table,
+  # which starts at WW70 and ends with the Editor and Unknown.
+  if(NOT count EQUAL 106)
+    fail("${count} lines, expected the view, a header and 104 rows")
+  endif()
+  list(POP_FRONT lines view)
+  if(NOT view STREQUAL "registry view: 32-bit (product installed for 32-bit hosts)")
+    fail("first line '${view}' does not name the 32-bit view")
   endif()
   list(GET lines 0 header)
   if(NOT header MATCHES "^suffix +application +version +speller +grammar +thesaurus +hyphenator$")
@@ -306,17 +314,22 @@ elseif(CASE STREQUAL "list_json")
   run_tool(list --lang uk --json)
   expect_exit(0)
   expect_text(stderr "")
-  string(JSON count ERROR_VARIABLE json_error LENGTH "${stdout}")
+  string(JSON count ERROR_VARIABLE json_error LENGTH "${stdout}" hosts)
   if(json_error)
-    fail("not JSON: ${json_error}")
+    fail("not JSON with a hosts array: ${json_error}")
   endif()
   if(NOT count EQUAL 104)
     fail("${count} objects, expected 104")
   endif()
+  string(JSON view GET "${stdout}" registry_view)
+  if(NOT view STREQUAL "32-bit")
+    fail("registry_view is '${view}', expected '32-bit'")
+  endif()
+  string(JSON hosts GET "${stdout}" hosts)
   # Where each suffix is: index_<suffix>, and the order of the ends of the table.
   math(EXPR last_index "${count} - 1")
   foreach(index RANGE ${last_index})
-    string(JSON suffix GET "${stdout}" ${index} suffix)
+    string(JSON suffix GET "${hosts}" ${index} suffix)
     if(DEFINED index_${suffix})
       fail("${suffix} is listed twice")
     endif()
@@ -332,19 +345,19 @@ elseif(CASE STREQUAL "list_json")
       fail("no object for ${suffix}")
     endif()
     set(index ${index_${suffix}})
-    string(JSON built GET "${stdout}" ${index} built)
+    string(JSON built GET "${hosts}" ${index} built)
     if(NOT built STREQUAL "ON")
       fail("${suffix} is not built")
     endif()
     foreach(member application version)
-      string(JSON actual GET "${stdout}" ${index} ${member})
+      string(JSON actual GET "${hosts}" ${index} ${member})
       if(NOT actual STREQUAL "${${member}}")
         fail("${suffix} ${member} is '${actual}', expected '${${member}}'")
       endif()
     endforeach()
     foreach(tool speller grammar thesaurus hyphenator)
       list(POP_FRONT tools word)
-      string(JSON actual GET "${stdout}" ${index} tools ${tool})
+      string(JSON actual GET "${hosts}" ${index} tools ${tool})
       if(NOT actual STREQUAL word)
         fail("${suffix} ${tool} is '${actual}', expected '${word}'")
       endif()
@@ -354,16 +367,35 @@ elseif(CASE STREQUAL "list_json")
   # A host that is not built has no answers, not empty ones.
   run_tool(--dll ${hostless_library} list --json)
   expect_exit(0)
-  string(JSON built GET "${stdout}" ${index_${unbuilt_suffix}} built)
+  string(JSON built GET "${stdout}" hosts ${index_${unbuilt_suffix}} built)
   if(NOT built STREQUAL "OFF")
     fail("${unbuilt_suffix} is built ${built}, expected OFF")
   endif()
   foreach(member application version tools)
-    string(JSON type TYPE "${stdout}" ${index_${unbuilt_suffix}} ${member})
+    string(JSON type TYPE "${stdout}" hosts ${index_${unbuilt_suffix}} ${member})
     if(NOT type STREQUAL "NULL")
       fail("${unbuilt_suffix} ${member} is ${type}, expected null")
     endif()
   endforeach()
+
+  # A product installed for 64-bit hosts: "Installing" = 64, as its 64-bit
+  # setup writes it in the 64-bit view, and nothing in the 32-bit view.
+  remove_prefix()
+  set(ENV{KVIL_WINEPREFIX} "${prefix}")
+  run_program(reg add [[HKLM\Software\Tervane]] /v Installing /t REG_DWORD /d 64 /reg:64)
+  expect_exit(0)
+  run_tool(list --json)
+  expect_exit(0)
+  string(JSON view GET "${stdout}" registry_view)
+  if(NOT view STREQUAL "64-bit")
+    fail("registry_view is '${view}', expected '64-bit'")
+  endif()
+  run_tool(list)
+  expect_exit(0)
+  if(NOT stdout MATCHES "^registry view: 64-bit \\(product installed for 64-bit hosts\\)\nsuffix ")
+    fail("the table does not start with the 64-bit view")
+  endif()
+  remove_prefix()
 
 elseif(CASE STREQUAL "journal_usage")
   # The journal and the round trip refuse bad input before the library is
@@ -391,22 +423,25 @@ elseif(CASE STREQUAL "journal_usage")
 elseif(CASE STREQUAL "journal_word97")
   seed_demo_machine()
   # Word 97's Russian speller over Office's own registration, as the record and
-  # registration tests of the Office 97 family set it up.
+  # registration tests of the Office 97 family set it up: 32-bit Office wrote it
+  # in the 32-bit view.
   file(WRITE "${prefix}/drive_c/foreign.reg" [=[Windows Registry Editor Version 5.00
 
 [HKEY_LOCAL_MACHINE\SOFTWARE\Microsoft\Shared Tools\Proofing Tools\Spelling\1049\Normal]
-"Engine"="C:\\Program Files\\Microsoft Office\\Office\\MSSP2_RU.DLL"
-"Dictionary"="C:\\Program Files\\Microsoft Office\\Office\\MSSP2_RU.LEX"
+"Engine"="C:\\Program Files (x86)\\Microsoft Office\\Office\\MSSP2_RU.DLL"
+"Dictionary"="C:\\Program Files (x86)\\Microsoft Office\\Office\\MSSP2_RU.LEX"
 ]=])
-  run_program(reg import [[C:\foreign.reg]])
+  run_program(reg import [[C:\foreign.reg]] /reg:32)
   expect_exit(0)
 
-  # Every key and value the attach adds or changes, in the order it does so.
-  set(kvil [[HKLM\SOFTWARE\Tervane\Kvil\8.0]])
-  set(saved [[HKLM\SOFTWARE\Tervane\Kvil\8.0\Saved connections\Spelling\1049\Normal]])
-  set(shared [[HKLM\SOFTWARE\Microsoft\Shared Tools\Proofing Tools\Spelling\1049\Normal]])
-  set(office [[C:\Program Files\Microsoft Office\Office]])
-  set(record [[HKLM\SOFTWARE\Tervane\Kvil\8.0\Products\WINWORD\8.0\Spelling\1049]])
+  # Every key and value the attach adds or changes, in the order it does so,
+  # each named where the registry keeps it.
+  set(kvil [[HKLM\SOFTWARE\WOW6432Node\Tervane\Kvil\8.0]])
+  set(saved [[HKLM\SOFTWARE\WOW6432Node\Tervane\Kvil\8.0\Saved connections\Spelling\1049\Normal]])
+  set(shared [[HKLM\SOFTWARE\WOW6432Node\Microsoft\Shared Tools\Proofing Tools\Spelling\1049\Normal]])
+  set(office [[C:\Program Files (x86)\Microsoft Office\Office]])
+  set(product [[C:\Program Files (x86)\Kvil]])
+  set(record [[HKLM\SOFTWARE\WOW6432Node\Tervane\Kvil\8.0\Products\WINWORD\8.0\Spelling\1049]])
   string(CONFIGURE [=[AttachWW80(0, 1049) = 0x00000001 (1): done
 create key @kvil@\Saved connections
 create key @kvil@\Saved connections\Spelling
@@ -414,8 +449,8 @@ create key @kvil@\Saved connections\Spelling\1049
 create key @saved@
 set @saved@ "Dictionary" REG_SZ: (none) -> "@office@\MSSP2_RU.LEX"
 set @saved@ "Engine" REG_SZ: (none) -> "@office@\MSSP2_RU.DLL"
-set @shared@ "Dictionary" REG_SZ: "@office@\MSSP2_RU.LEX" -> "C:\Program Files\Kvil\SPRUNORM.LEX"
-set @shared@ "Engine" REG_SZ: "@office@\MSSP2_RU.DLL" -> "C:\Program Files\Kvil\kvilsp3.dll"
+set @shared@ "Dictionary" REG_SZ: "@office@\MSSP2_RU.LEX" -> "@product@\SPRUNORM.LEX"
+set @shared@ "Engine" REG_SZ: "@office@\MSSP2_RU.DLL" -> "@product@\kvilsp3.dll"
 create key @kvil@\Products
 create key @kvil@\Products\WINWORD
 create key @kvil@\Products\WINWORD\8.0
@@ -438,7 +473,7 @@ set @record@ "Supplement dictionaries" REG_SZ: (none) -> "Normal"
   expect_exit(0)
   expect_text(stderr "DetachWW80(0, 1049) = 0x00000001 (1): done\n")
   expect_text(stdout [=[[
-  {"change":"set value","key":"HKLM\\SOFTWARE\\Tervane\\Kvil\\8.0\\Products\\WINWORD\\8.0\\Spelling\\1049","value":"Attached","old":{"type":"REG_DWORD","data":1},"new":{"type":"REG_DWORD","data":0}}
+  {"change":"set value","key":"HKLM\\SOFTWARE\\WOW6432Node\\Tervane\\Kvil\\8.0\\Products\\WINWORD\\8.0\\Spelling\\1049","value":"Attached","old":{"type":"REG_DWORD","data":1},"new":{"type":"REG_DWORD","data":0}}
 ]
 ]=])
 
@@ -454,7 +489,7 @@ set @record@ "Supplement dictionaries" REG_SZ: (none) -> "Normal"
     run_tool( detach CDRW60 speller ru --journal --json)
     expect_exit(0)
     expect_text(stdout [=[[
-  {"change":"set value","key":"HKLM\\SOFTWARE\\Tervane\\Kvil\\8.0\\Products\\CORELDRW\\6.0\\Spelling\\1049","value":"Attached","old":{"type":"REG_DWORD","data":1},"new":{"type":"REG_DWORD","data":0}},
+  {"change":"set value","key":"HKLM\\SOFTWARE\\WOW6432Node\\Tervane\\Kvil\\8.0\\Products\\CORELDRW\\6.0\\Spelling\\1049","value":"Attached","old":{"type":"REG_DWORD","data":1},"new":{"type":"REG_DWORD","data":0}},
   {"change":"move file","from":"C:\\Corel60\\Programs\\cdrtpr60.org","to":"C:\\Corel60\\Programs\\cdrtpr60.dll","replaced":true}
 ]
 ]=])
@@ -469,16 +504,23 @@ elseif(CASE STREQUAL "roundtrip_demo_hosts")
   seed_demo_machine()
   # Each family's demo host; the mail client speaks Ukrainian, so that its shared
   # registration is its own and not the one Word 97 left.
+  set(kvil [[HKLM\SOFTWARE\WOW6432Node\Tervane\Kvil]])
+  set(shared [[HKLM\SOFTWARE\WOW6432Node\Microsoft\Shared Tools\Proofing Tools\Spelling]])
+  set(programs [[C:\Program Files (x86)]])
+  string(REPLACE "\\" "\\\\" programs_pattern "${programs}")
+  string(REGEX REPLACE "([()])" "\\\\\\1" programs_pattern "${programs_pattern}")
   expect_roundtrip("Editor speller ru" 11 PATTERN [[expected: C:\\ProgramData\\Microsoft\\Windows\\Start Menu\\Programs\\Kvil\\Kvil Editor\.lnk: file of [0-9]+ bytes -> \(none\) \(the Editor's detach moves its Start-menu shortcut into the start-up folder, and attach never moves it back\)]])
-  expect_roundtrip("WW80 speller ru" 10 LINE [[expected: HKLM\SOFTWARE\Microsoft\Shared Tools\Proofing Tools\Spelling\1049\Normal "Engine": (none) -> REG_SZ "C:\Program Files\Kvil\kvilsp3.dll" (detach leaves the shared proofing registration naming the product)]]
-                                              [[expected: HKLM\SOFTWARE\Tervane\Kvil\8.0\Products\WINWORD\8.0\Spelling\1049 "Attached": (none) -> REG_DWORD 0 (detach clears the attachment record's flag)]])
-  expect_roundtrip("WW90 speller ru" 10 LINE [[expected: HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Installer\UserData\S-1-5-18\Components\CEF3839E23492D1109A00008F5B92110 "914000001E872D116BF00006799C897E": REG_SZ "C:\Program Files\Common Files\Microsoft Shared\Proof\MSSP3RU.DLL" -> REG_SZ "C:\Program Files\Kvil\kvilsp3.dll" (detach leaves Office's Installer components naming the product, their former paths saved beside them)]])
-  expect_roundtrip("WW14 grammar ru" 16 PATTERN [[expected: C:\\Program Files\\Microsoft Office\\Office14\\msproof7\.dll: file of [0-9]+ bytes -> file of [0-9]+ bytes, other content \(Office's proofing-tool module is put back by DetachOffice12, 14 or 15, not by the host's detach\)]])
-  expect_roundtrip("CDRW60 speller ru" 8 LINE [[expected: HKLM\SOFTWARE\Tervane\Kvil\8.0\Products\CORELDRW\6.0\Spelling\1049 "Engine": (none) -> REG_SZ "cdrtpr60.org" (the attachment record keeps its options after detach)]])
-  expect_roundtrip("InDesign8 speller ru" 14 PATTERN [[expected: C:\\Program Files\\Adobe\\Adobe InDesign CS6\\Plug-ins\\Tervane\\KVILSpeller\.pln: \(none\) -> file of [0-9]+ bytes \(the plug-in stays until RemoveInDesign or RemoveInCopyPln\)]])
-  expect_roundtrip("LibreOffice4 speller ru" 8 LINE [[expected: HKLM\SOFTWARE\Tervane\Kvil\8.0\Products\SOFFICE\4.1 "Name": (none) -> REG_SZ "Libre Office 4.1" (the application record stays after detach)]])
-  expect_roundtrip("FireFox20 speller ru" 7 LINE [[expected: HKLM\SOFTWARE\Tervane\Kvil\9.0\Products\FIREFOX\2.0\Spelling\1049 "Attached": (none) -> REG_DWORD 1 (Firefox files its options under product 9.0, where detach does not clear them)]])
-  expect_roundtrip("WLMail8 speller uk" 9 LINE [[expected: HKLM\SOFTWARE\Microsoft\Shared Tools\Proofing Tools\Spelling\1058\Normal "Engine": (none) -> REG_SZ "C:\Program Files\Kvil\kvilsp3.dll" (detach leaves the shared proofing registration naming the product)]])
+  expect_roundtrip("WW80 speller ru" 10 LINE "expected: ${shared}\\1049\\Normal \"Engine\": (none) -> REG_SZ \"${programs}\\Kvil\\kvilsp3.dll\" (detach leaves the shared proofing registration naming the product)"
+                                              "expected: ${kvil}\\8.0\\Products\\WINWORD\\8.0\\Spelling\\1049 \"Attached\": (none) -> REG_DWORD 0 (detach clears the attachment record's flag)")
+  # The Installer's component data stays in the 64-bit view, where the Installer keeps it.
+  expect_roundtrip("WW90 speller ru" 10 LINE "expected: HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\S-1-5-18\\Components\\CEF3839E23492D1109A00008F5B92110 \"914000001E872D116BF00006799C897E\": REG_SZ \"${programs}\\Common Files\\Microsoft Shared\\Proof\\MSSP3RU.DLL\" -> REG_SZ \"${programs}\\Kvil\\kvilsp3.dll\" (detach leaves Office's Installer components naming the product, their former paths saved beside them)")
+  expect_roundtrip("WW14 grammar ru" 16 PATTERN "expected: ${programs_pattern}\\\\Microsoft Office\\\\Office14\\\\msproof7\\.dll: file of [0-9]+ bytes -> file of [0-9]+ bytes, other content \\(Office's proofing-tool module is put back by DetachOffice12, 14 or 15, not by the host's detach\\)"
+                                          LINE [[expected: HKCR\Installer\Components\EA77853199E1AFF4B87708D83E6A7046 "1049": REG_MULTI_SZ ["p]{Pz5Bd@S+!Zmc8?Fq6ProofingTools_1049>nD%$eF[F?r5A~)v]o_", "8u2o$WTx9Z}7M4a]cK)qGrammar_Rus>Kvil_Proofing"] -> REG_MULTI_SZ ["p]{Pz5Bd@S+!Zmc8?Fq6ProofingTools_1049>nD%$eF[F?r5A~)v]o_"] (switching Microsoft's tool back in lists it without the product's entry and keeps the saved list)]])
+  expect_roundtrip("CDRW60 speller ru" 8 LINE "expected: ${kvil}\\8.0\\Products\\CORELDRW\\6.0\\Spelling\\1049 \"Engine\": (none) -> REG_SZ \"cdrtpr60.org\" (the attachment record keeps its options after detach)")
+  expect_roundtrip("InDesign8 speller ru" 14 PATTERN "expected: ${programs_pattern}\\\\Adobe\\\\Adobe InDesign CS6\\\\Plug-ins\\\\Tervane\\\\KVILSpeller\\.pln: \\(none\\) -> file of [0-9]+ bytes \\(the plug-in stays until RemoveInDesign or RemoveInCopyPln\\)")
+  expect_roundtrip("LibreOffice4 speller ru" 8 LINE "expected: ${kvil}\\8.0\\Products\\SOFFICE\\4.1 \"Name\": (none) -> REG_SZ \"Libre Office 4.1\" (the application record stays after detach)")
+  expect_roundtrip("FireFox20 speller ru" 7 LINE "expected: ${kvil}\\9.0\\Products\\FIREFOX\\2.0\\Spelling\\1049 \"Attached\": (none) -> REG_DWORD 1 (Firefox files its options under product 9.0, where detach does not clear them)")
+  expect_roundtrip("WLMail8 speller uk" 9 LINE "expected: ${shared}\\1058\\Normal \"Engine\": (none) -> REG_SZ \"${programs}\\Kvil\\kvilsp3.dll\" (detach leaves the shared proofing registration naming the product)")
 
   # A backup someone else left: attach keeps it, detach puts it in place of
   # CorelDRAW's own module, and the round trip says that was not to be.

@@ -1,12 +1,18 @@
 // The demo machine: "kvildemo seed" installs the product and the hosts the
 // library attaches it to into the Windows machine it runs on (a private Wine
-// prefix), so that the DLL and the survey tool can be tried by hand.
+// prefix), so that the DLL and the survey tool can be tried by hand. The machine
+// is the one the library meets in the field: 64-bit Windows with 32-bit
+// programs, each installed as its 32-bit setup leaves it. Their machine keys are
+// in the 32-bit registry view (below HKLM\SOFTWARE\WOW6432Node), their folders
+// under "C:\Program Files (x86)", and the Windows Installer keeps its own data
+// in the 64-bit view as it does for every program.
 #include <windows.h>
 #include <shlobj.h>
 
 #include <array>
 #include <cstdio>
 #include <exception>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,10 +20,13 @@
 #include "browser_fixture.h"
 #include "frontpage_fixture.h"
 #include "indesign_fixture.h"
+#include "key_location.h"
 #include "mail_fixture.h"
 #include "office_fixture.h"
 #include "open_office_fixture.h"
 #include "product_fixture.h"
+#include "registry_probe.h"
+#include "registry_view.h"
 #include "replacement_fixture.h"
 #include "version_fixture.h"
 #include "win32_support.h"
@@ -37,6 +46,21 @@ class SeedLog {
   std::string step_;
 };
 
+// A seeded key as regedit finds it: where the registry keeps it in the view the
+// program that owns it reads it in.
+std::string KeyText(HKEY root, const std::string& path) {
+  kvil::UniqueHKey key;
+  const REGSAM view = kvil::machine::SeedingView(root, path);
+  if (RegOpenKeyExA(kvil::ViewRoot(root).get(), path.c_str(), 0, KEY_READ | view, key.put()) == ERROR_SUCCESS) {
+    if (const std::optional<kvilhosts::RegeditKey> located = kvilhosts::LocateKey(key.get(), root, path)) {
+      return located->Text();
+    }
+  }
+  return kvilhosts::RegeditKey{root, path}.Text();
+}
+std::string Hklm(const std::string& path) { return KeyText(HKEY_LOCAL_MACHINE, path); }
+std::string Hkcu(const std::string& path) { return KeyText(HKEY_CURRENT_USER, path); }
+
 struct SeedingStep {
   const char* name;
   void (*seed)(const SeedLog& log);
@@ -49,19 +73,28 @@ std::string CommonProgramsFolder() {
   return folder.data();
 }
 
-// Kvil 8.0 with its Russian and Ukrainian engines, where its own setup puts it.
+constexpr char kProductFolder[] = "C:\\Program Files (x86)\\Kvil";
+
+// Kvil 8.0 with its Russian and Ukrainian engines, where its 32-bit setup puts
+// it: the start-up folder is recorded as "%ProgramFiles%\Kvil", which a 32-bit
+// program, and the library reading the product's 32-bit view, expands to the
+// 32-bit programs' folder.
+constexpr char kStartupDirText[] = "%ProgramFiles%\\Kvil";
+
 void SeedProduct(const SeedLog& log) {
   ProductOptions options;
   options.majorVersion = 8;
-  options.productDir = "C:\\Program Files\\Kvil";
+  options.productDir = kProductFolder;
   options.menuDir = CommonProgramsFolder() + "\\Kvil";
   options.languages = {1049, 1058};
+  options.startupDirExpandText = kStartupDirText;
   const InstalledProduct product = kvil::machine::InstallProduct(options);
 
-  log.Seeded("uninstall entry HKLM\\" + product.uninstallKey + " (UninstallString " + options.productDir +
+  log.Seeded("uninstall entry " + Hklm(product.uninstallKey) + " (UninstallString " + options.productDir +
              "\\uninst.exe, MenuLink " + options.menuDir + ")");
   for (const int lcid : options.languages) {
-    log.Seeded("options HKLM\\" + product.OptionsKey(lcid) + " (Kvil startup dir " + product.StartupDir(lcid) + ")");
+    log.Seeded("options " + Hklm(product.OptionsKey(lcid)) + " (Kvil startup dir " + kStartupDirText + ", " +
+               product.StartupDir(lcid) + " for a 32-bit program)");
   }
   log.Seeded("product folder " + options.productDir + " (uninst.exe, KvilEditor.exe)");
   for (const int lcid : options.languages) {
@@ -73,14 +106,14 @@ void SeedProduct(const SeedLog& log) {
 
 // Office 97 as its setup leaves it: Word, Excel and Access in one folder, with
 // English as the language Excel and Access spell in before anything is attached.
-constexpr char kOffice97Folder[] = "C:\\Program Files\\Microsoft Office\\Office";
+constexpr char kOffice97Folder[] = "C:\\Program Files (x86)\\Microsoft Office\\Office";
 constexpr int kEnglish = 1033;
 
 void SeedWord97(const SeedLog& log) {
   kvil::machine::CreateFolder(kOffice97Folder);
   kvil::machine::InstallWord97(kOffice97Folder);
-  log.Seeded("options HKCU\\Software\\Microsoft\\Office\\8.0\\Word\\Options");
-  log.Seeded(std::string("install root HKLM\\SOFTWARE\\Microsoft\\Office\\8.0\\Word\\InstallRoot (Path ") +
+  log.Seeded("options " + Hkcu("Software\\Microsoft\\Office\\8.0\\Word\\Options"));
+  log.Seeded("install root " + Hklm("SOFTWARE\\Microsoft\\Office\\8.0\\Word\\InstallRoot") + " (Path " +
              kOffice97Folder + ")");
 }
 
@@ -88,9 +121,10 @@ void SeedExcel97(const SeedLog& log) {
   kvil::machine::CreateFolder(kOffice97Folder);
   kvil::machine::InstallExcel97(kOffice97Folder, kEnglish);
   const std::string speller = " (Speller " + std::to_string(kEnglish) + "\\Normal)";
-  log.Seeded("speller HKCU\\Software\\Microsoft\\Office\\8.0\\Excel\\Spell Checker" + speller);
-  log.Seeded("speller HKLM\\Software\\Microsoft\\Office\\8.0\\New User Settings\\Excel\\Spell Checker" + speller);
-  log.Seeded(std::string("install root HKLM\\SOFTWARE\\Microsoft\\Office\\8.0\\Excel\\InstallRoot (Path ") +
+  log.Seeded("speller " + Hkcu("Software\\Microsoft\\Office\\8.0\\Excel\\Spell Checker") + speller);
+  log.Seeded("speller " + Hklm("Software\\Microsoft\\Office\\8.0\\New User Settings\\Excel\\Spell Checker") +
+             speller);
+  log.Seeded("install root " + Hklm("SOFTWARE\\Microsoft\\Office\\8.0\\Excel\\InstallRoot") + " (Path " +
              kOffice97Folder + ")");
 }
 
@@ -100,9 +134,9 @@ void SeedExcel97(const SeedLog& log) {
 void SeedAccess97(const SeedLog& log) {
   kvil::machine::InstallAccess97(kOffice97Folder, kEnglish);
   kvil::machine::WriteTahomaSubstitute("Tahoma,0");
-  log.Seeded("speller HKLM\\SOFTWARE\\Microsoft\\Office\\8.0\\Access\\Speller (Language ID " +
+  log.Seeded("speller " + Hklm("SOFTWARE\\Microsoft\\Office\\8.0\\Access\\Speller") + " (Language ID " +
              std::to_string(kEnglish) + ")");
-  log.Seeded(std::string("program folder HKLM\\SOFTWARE\\Microsoft\\Office\\8.0\\Common\\InstallRoot (OfficeBin ") +
+  log.Seeded("program folder " + Hklm("SOFTWARE\\Microsoft\\Office\\8.0\\Common\\InstallRoot") + " (OfficeBin " +
              kOffice97Folder + "\\)");
   log.Seeded(std::string("program ") + kOffice97Folder + "\\MSACCESS.EXE (8.0)");
   log.Seeded("font substitute win.ini [FontSubstitutes] Tahoma,0=Tahoma,0");
@@ -111,25 +145,25 @@ void SeedAccess97(const SeedLog& log) {
 // Office 2000 in a folder of its own: Word, Excel and Access, and its Russian
 // proofing tools as the Installer registered them, so that attaching Word 2000's
 // Russian speller shows the Installer's paths pointed at the product.
-constexpr char kOffice2000Folder[] = "C:\\Program Files\\Microsoft Office\\Office9";
-constexpr char kOffice2000Proof[] = "C:\\Program Files\\Common Files\\Microsoft Shared\\Proof";
+constexpr char kOffice2000Folder[] = "C:\\Program Files (x86)\\Microsoft Office\\Office9";
+constexpr char kOffice2000Proof[] = "C:\\Program Files (x86)\\Common Files\\Microsoft Shared\\Proof";
 
 void SeedOffice2000(const SeedLog& log) {
   kvil::machine::CreateFolder(kOffice2000Folder);
   for (const char* application : {"Word", "Excel", "Access"}) {
     kvil::machine::InstallOfficeApplication(9, application, kOffice2000Folder);
-    log.Seeded(std::string("install root HKLM\\SOFTWARE\\Microsoft\\Office\\9.0\\") + application +
-               "\\InstallRoot (Path " + kOffice2000Folder + "\\)");
+    log.Seeded("install root " + Hklm(std::string("SOFTWARE\\Microsoft\\Office\\9.0\\") + application + "\\InstallRoot") +
+               " (Path " + kOffice2000Folder + "\\)");
   }
   kvil::machine::RegisterOffice2000RussianSpeller(kOffice2000Proof);
-  log.Seeded(std::string("uninstall entry HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\") +
-             kvil::machine::kOffice2000RussianProductCode);
+  log.Seeded("uninstall entry " + Hklm(std::string("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\") +
+                                      kvil::machine::kOffice2000RussianProductCode));
   const std::pair<const char*, const char*> components[] = {
       {kvil::machine::kRussianSpellerEngineComponent, "MSSP3RU.DLL"},
       {kvil::machine::kRussianSpellerLexiconComponent, "MSSP3RU.LEX"},
   };
   for (const auto& [component, file] : components) {
-    log.Seeded(std::string("component HKLM\\") + kvil::machine::kLocalSystemComponents + "\\" + component + " (" +
+    log.Seeded("component " + Hklm(std::string(kvil::machine::kLocalSystemComponents) + "\\" + component) + " (" +
                kvil::machine::kOffice2000RussianPacked + " " + kOffice2000Proof + "\\" + file + ")");
   }
 }
@@ -138,7 +172,8 @@ void SeedOffice2000(const SeedLog& log) {
 // attached.
 void SeedFrontPage2000(const SeedLog& log) {
   kvil::machine::InstallFrontPage2000(kOffice2000Folder, kEnglish);
-  log.Seeded("options HKCU\\Software\\Microsoft\\FrontPage (FrontPageLangID " + std::to_string(kEnglish) + ")");
+  log.Seeded("options " + Hkcu("Software\\Microsoft\\FrontPage") + " (FrontPageLangID " + std::to_string(kEnglish) +
+             ")");
   log.Seeded(std::string("program ") + kOffice2000Folder + "\\Frontpg.exe (4.0)");
 }
 
@@ -146,18 +181,18 @@ void SeedFrontPage2000(const SeedLog& log) {
 // Installer's lists of Russian proofing tools naming Microsoft's and the
 // product's side by side, so that attaching Word 2010's Russian grammar checker
 // shows Microsoft's tools switched aside and the module replaced.
-constexpr char kOffice2010Folder[] = "C:\\Program Files\\Microsoft Office\\Office14";
+constexpr char kOffice2010Folder[] = "C:\\Program Files (x86)\\Microsoft Office\\Office14";
 
 void SeedOffice2010(const SeedLog& log) {
   kvil::machine::InstallModernOffice(14, kOffice2010Folder, {"Word", "Excel", "Outlook"});
   for (const char* application : {"Word", "Excel", "Outlook"}) {
-    log.Seeded(std::string("install root HKLM\\SOFTWARE\\Microsoft\\Office\\14.0\\") + application +
-               "\\InstallRoot (Path " + kOffice2010Folder + "\\)");
+    log.Seeded("install root " + Hklm(std::string("SOFTWARE\\Microsoft\\Office\\14.0\\") + application + "\\InstallRoot") +
+               " (Path " + kOffice2010Folder + "\\)");
   }
   log.Seeded(std::string("proofing-tool module ") + kOffice2010Folder + "\\msproof7.dll (14.0)");
   for (const kvil::machine::QualifiedComponentList& list : kvil::machine::ModernOfficeLists(14)) {
-    log.Seeded("qualified components HKCR\\" + list.key + " (" + list.valueName + ": Microsoft's entry, " +
-               list.productEntry + ")");
+    log.Seeded("qualified components " + KeyText(HKEY_CLASSES_ROOT, list.key) + " (" + list.valueName +
+               ": Microsoft's entry, " + list.productEntry + ")");
   }
 }
 
@@ -165,57 +200,58 @@ void SeedOffice2010(const SeedLog& log) {
 // product's replacement module in the start-up folder, so that attaching the
 // Russian speller shows Corel's module kept as "cdrtpr60.org".
 constexpr char kCorelFolder[] = "C:\\Corel60";
-constexpr char kProductFolder[] = "C:\\Program Files\\Kvil";
 
 void SeedCorelDraw6(const SeedLog& log) {
   const std::string config = std::string(kCorelFolder) + "\\Config";
   const std::string programs = std::string(kCorelFolder) + "\\Programs";
   kvil::machine::InstallCorelDraw6(config, "..\\Programs", programs);
   kvil::machine::WriteReplacementModules(kProductFolder);
-  log.Seeded(std::string("configuration HKLM\\") + kvil::machine::kCorelDraw6Key + " (ConfigDir " + config + ")");
+  log.Seeded("configuration " + Hklm(kvil::machine::kCorelDraw6Key) + " (ConfigDir " + config + ")");
   log.Seeded(config + "\\corelapp.ini ([Config] ProgramsDir=..\\Programs)");
   log.Seeded("speller module " + programs + "\\cdrtpr60.dll (Corel's)");
   log.Seeded(std::string("replacement modules in ") + kProductFolder + " (cdrtpr60.dll and the other hosts')");
 }
 
 // InDesign CS6 and the product's plug-in files.
-constexpr char kInDesignFolder[] = "C:\\Program Files\\Adobe\\Adobe InDesign CS6";
+constexpr char kInDesignFolder[] = "C:\\Program Files (x86)\\Adobe\\Adobe InDesign CS6";
 
 void SeedInDesignCs6(const SeedLog& log) {
   kvil::machine::InstallAdobeApplication(kvil::machine::AdobeApplication::kInDesign, kInDesignFolder, 8, 0);
   kvil::machine::WriteProductPlugins(kProductFolder);
-  log.Seeded("App Paths HKLM\\" + kvil::machine::AdobeAppPathsKey(kvil::machine::AdobeApplication::kInDesign) +
+  log.Seeded("App Paths " + Hklm(kvil::machine::AdobeAppPathsKey(kvil::machine::AdobeApplication::kInDesign)) +
              " (Path " + kInDesignFolder + ")");
   log.Seeded(std::string("program ") + kInDesignFolder + "\\INDESIGN.exe (8.0)");
-  log.Seeded(std::string("plug-in files in ") + kProductFolder +
-             " (KVILSpeller.pln, (KVILSpeller Resources), TervaneSpeller.jsx)");
+  log.Seeded(std::string("plug-in files in ") + kProductFolder + " (KVILSpeller.pln, (KVILSpeller Resources), TervaneSpeller.jsx)");
 }
 
 // LibreOffice 4 with its own Russian dictionary extension, and the product's
 // extension folder, so that attaching the Russian speller shows the extension
 // copied into LibreOffice and announced to the added-files list.
-constexpr char kLibreOfficeFolder[] = "C:\\Program Files\\LibreOffice 4";
+constexpr char kLibreOfficeFolder[] = "C:\\Program Files (x86)\\LibreOffice 4";
 
 void SeedLibreOffice4(const SeedLog& log) {
   const std::string program =
       kvil::machine::InstallOfficeSuite(kvil::machine::SuiteFamily::kLibreOffice, "4.1.0", kLibreOfficeFolder);
   kvil::machine::WriteProductExtension(kProductFolder);
-  log.Seeded("suite HKLM\\" + kvil::machine::SuiteRegistryKey(kvil::machine::SuiteFamily::kLibreOffice, "4.1.0") +
-             "\\4.1.0 (Path " + program + ")");
+  log.Seeded("suite " + Hklm(kvil::machine::SuiteRegistryKey(kvil::machine::SuiteFamily::kLibreOffice, "4.1.0") +
+                            "\\4.1.0") +
+             " (Path " + program + ")");
   log.Seeded(std::string("extensions ") + kLibreOfficeFolder + "\\share\\extensions (dict-ru)");
   log.Seeded(std::string("extension folder ") + kProductFolder + "\\kvillo");
 }
 
-constexpr char kFirefoxFolder[] = "C:\\Program Files\\Mozilla Firefox";
-constexpr char kLiveMailFolder[] = "C:\\Program Files\\Windows Live\\Mail";
+constexpr char kFirefoxFolder[] = "C:\\Program Files (x86)\\Mozilla Firefox";
+constexpr char kLiveMailFolder[] = "C:\\Program Files (x86)\\Windows Live\\Mail";
 
 void SeedFirefox2(const SeedLog& log) {
   kvil::machine::InstallFirefox2(kFirefoxFolder);
+  log.Seeded("version " + Hklm(kvil::machine::kFirefoxKey) + " (CurrentVersion 2.0.0.20 (en-US))");
   log.Seeded(std::string("Firefox 2.0.0.20 in ") + kFirefoxFolder + " (firefox.exe, components\\myspell.dll)");
 }
 
 void SeedWindowsLiveMail(const SeedLog& log) {
   kvil::machine::InstallWindowsLiveMail(kLiveMailFolder);
+  log.Seeded("install root " + Hklm(kvil::machine::kWindowsLiveMailKey) + " (InstallRoot " + kLiveMailFolder + ")");
   log.Seeded(std::string("Windows Live Mail in ") + kLiveMailFolder + " (wlmail.exe 8.0)");
 }
 
@@ -257,8 +293,8 @@ int Seed() {
 int Usage() {
   std::fprintf(stderr,
                "usage: kvildemo seed\n"
-               "  seed  install Kvil 8.0 (Russian, Ukrainian), Word, Excel and Access 97 and 2000\n"
-               "        and FrontPage 2000 into this machine\n");
+               "  seed  install Kvil 8.0 (Russian, Ukrainian) and the hosts it attaches to into\n"
+               "        this machine, as 32-bit programs on 64-bit Windows\n");
   return 2;
 }
 

@@ -71,7 +71,8 @@ KeyPlace JournalSession::PlaceOf(HKEY key) const {
   if (!PredefinedRootName(key).empty()) return KeyPlace{key, "", 0};
   const auto known = keys_.find(key);
   if (known != keys_.end()) return known->second;
-  return KeyPlace{};
+  // A handle the library came by some other way is named by the registry alone.
+  return Located(key, KeyPlace{});
 }
 
 void JournalSession::PatchMethod(void** slot, void* replacement, void** original) {

@@ -52,7 +52,8 @@ class JournalSession {
   static JournalSession* Active();
   Journal& journal() { return journal_; }
   void Record(Change change) { journal_.changes.push_back(std::move(change)); }
-  // Where a key handle the library holds leads; predefined roots lead to themselves.
+  // Where a key handle the library holds leads, located when it was opened;
+  // predefined roots lead to themselves.
   KeyPlace PlaceOf(HKEY key) const;
   void RememberKey(HKEY key, KeyPlace place) { keys_[key] = std::move(place); }
   void ForgetKey(HKEY key) { keys_.erase(key); }

@@ -8,6 +8,7 @@
 
 #include "host_suffixes.h"
 #include "handles.h"
+#include "registry_view.h"
 
 namespace kvilhosts {
 namespace {
@@ -124,6 +125,13 @@ FileState ReadFolder(const std::string& path, int depth) {
   return state;
 }
 
+// HKEY_CLASSES_ROOT named with a view goes through the frame's ViewRoot, as the
+// library's own opens do, so that it stays the root this process has.
+bool OpenPlace(const KeyPlace& key, REGSAM access, kvil::UniqueHKey& opened) {
+  return key.root != nullptr && RegOpenKeyExA(kvil::ViewRoot(key.root).get(), key.path.c_str(), 0,
+                                              access | key.view, opened.put()) == ERROR_SUCCESS;
+}
+
 }  // namespace
 
 std::string RegistryTypeName(DWORD type) {
@@ -202,15 +210,6 @@ std::string DescribeValue(const ValueState& state) {
   return RegistryTypeName(state->type) + " " + DescribeData(*state);
 }
 
-std::string_view PredefinedRootName(HKEY key) {
-  if (key == HKEY_LOCAL_MACHINE) return "HKLM";
-  if (key == HKEY_CURRENT_USER) return "HKCU";
-  if (key == HKEY_CLASSES_ROOT) return "HKCR";
-  if (key == HKEY_USERS) return "HKU";
-  if (key == HKEY_CURRENT_CONFIG) return "HKCC";
-  return {};
-}
-
 std::string KeyPlace::Text() const {
   std::string text(root != nullptr ? PredefinedRootName(root) : "(unknown key)");
   if (!path.empty()) text += "\\" + path;
@@ -228,12 +227,24 @@ KeyPlace KeyPlace::Child(std::string_view subkey) const {
   return child;
 }
 
-ValueState ReadValueState(const KeyPlace& key, const std::string& valueName) {
-  if (key.root == nullptr) return std::nullopt;
-  kvil::UniqueHKey opened;
-  if (RegOpenKeyExA(key.root, key.path.c_str(), 0, KEY_QUERY_VALUE | key.view, opened.put()) != ERROR_SUCCESS) {
-    return std::nullopt;
+KeyPlace KeyPlace::Ancestor(int levels) const {
+  KeyPlace ancestor = *this;
+  for (int level = 0; level < levels; ++level) {
+    const std::size_t slash = ancestor.path.rfind('\\');
+    ancestor.path.resize(slash == std::string::npos ? 0 : slash);
   }
+  return ancestor;
+}
+
+KeyPlace Located(HKEY handle, const KeyPlace& named) {
+  std::optional<RegeditKey> located = LocateKey(handle, named.root, named.path);
+  if (!located) return named;
+  return KeyPlace{located->root, std::move(located->path), KEY_WOW64_64KEY};
+}
+
+ValueState ReadValueState(const KeyPlace& key, const std::string& valueName) {
+  kvil::UniqueHKey opened;
+  if (!OpenPlace(key, KEY_QUERY_VALUE, opened)) return std::nullopt;
   RegistryData data;
   DWORD size = 0;
   if (RegQueryValueExA(opened.get(), valueName.c_str(), nullptr, &data.type, nullptr, &size) != ERROR_SUCCESS) {
@@ -252,12 +263,6 @@ ValueState ReadValueState(const KeyPlace& key, const std::string& valueName) {
     if (status != ERROR_MORE_DATA || size > kLargestValue) return std::nullopt;
   }
   return std::nullopt;
-}
-
-bool KeyExists(const KeyPlace& key) {
-  if (key.root == nullptr) return false;
-  kvil::UniqueHKey opened;
-  return RegOpenKeyExA(key.root, key.path.c_str(), 0, KEY_READ | key.view, opened.put()) == ERROR_SUCCESS;
 }
 
 FileState ReadFileState(const std::string& path) {
@@ -323,9 +328,9 @@ void TouchedItems::Value(const KeyPlace& key, const std::string& valueName) {
 void TouchedItems::ValuesOfKey(const KeyPlace& key, bool withSubkeys) { ValuesOfKey(key, withSubkeys, 0); }
 
 void TouchedItems::ValuesOfKey(const KeyPlace& key, bool withSubkeys, int depth) {
-  if (key.root == nullptr || depth > kDeepestKey) return;
+  if (depth > kDeepestKey) return;
   kvil::UniqueHKey opened;
-  if (RegOpenKeyExA(key.root, key.path.c_str(), 0, KEY_READ | key.view, opened.put()) != ERROR_SUCCESS) return;
+  if (!OpenPlace(key, KEY_READ, opened)) return;
   // Value and key names are at most 16383 characters.
   std::vector<char> name(16384);
   for (DWORD index = 0;; ++index) {

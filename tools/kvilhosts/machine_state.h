@@ -13,6 +13,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "key_location.h"
+
 namespace kvilhosts {
 
 // A value as the registry holds it: its type and its bytes, read in ANSI.
@@ -35,8 +37,10 @@ std::vector<std::string> MultiStringEntries(const RegistryData& data);
 // The text of a string value, without the terminators stored after it.
 std::string StringText(const RegistryData& data);
 
-// A key as the library reached it: a predefined root, the path below it and the
-// registry view it asked for.
+// A key as the library named it: a predefined root, the path below it and the
+// registry view it asked for; or, once located, where the registry really keeps
+// it: the path names the view's node itself ("SOFTWARE\WOW6432Node\...") and is
+// opened in the 64-bit view, which takes such a path literally.
 struct KeyPlace {
   HKEY root = nullptr;  // null when the key was opened through a handle of unknown origin
   std::string path;     // below the root, without a leading backslash
@@ -45,13 +49,15 @@ struct KeyPlace {
   // "HKLM\SOFTWARE\..."; "(unknown key)\..." when the root is not known.
   std::string Text() const;
   KeyPlace Child(std::string_view subkey) const;
+  // The key that many levels above this one.
+  KeyPlace Ancestor(int levels) const;
 };
 
-// The name of a predefined root ("HKLM", "HKCU", ...), or empty for any other handle.
-std::string_view PredefinedRootName(HKEY key);
+// Where the key a handle stands for really is, for a key the library named as
+// named (see LocateKey); named itself when that cannot be told.
+KeyPlace Located(HKEY handle, const KeyPlace& named);
 
 ValueState ReadValueState(const KeyPlace& key, const std::string& valueName);
-bool KeyExists(const KeyPlace& key);
 
 // A file as the round trip compares it; a folder counts its files and sums up
 // their names and contents.

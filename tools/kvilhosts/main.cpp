@@ -20,6 +20,7 @@
 #include "host_library.h"
 #include "journal.h"
 #include "journal_session.h"
+#include "registry_view.h"
 #include "roundtrip.h"
 #include "survey.h"
 
@@ -165,8 +166,8 @@ int Run(const Invocation& invocation) {
   }
 
   if (invocation.command == Command::kList) {
-    const std::vector<HostRow> rows = SurveyHosts(library.module.get(), invocation.lcid);
-    const std::string text = invocation.json ? FormatJson(rows) : FormatTable(rows);
+    const Survey survey{kvil::ProductInstalledFor64BitHosts(), SurveyHosts(library.module.get(), invocation.lcid)};
+    const std::string text = invocation.json ? FormatJson(survey) : FormatTable(survey);
     std::fputs(text.c_str(), stdout);
     return kExitSuccess;
   }

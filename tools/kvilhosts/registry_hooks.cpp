@@ -1,9 +1,11 @@
 // The registry's writing functions as the library calls them, and the opens and
 // closes that tell which key a handle stands for, so that every change is shown
-// with its full path.
+// with the key it really landed in: the library names a key in its view, and the
+// registry may keep it below the view's node (HKLM\SOFTWARE\WOW6432Node\...),
+// which is where an administrator finds it.
 
+#include <algorithm>
 #include <array>
-#include <vector>
 
 #include "hook_support.h"
 
@@ -18,15 +20,39 @@ KeyPlace PlaceBelow(const JournalSession& session, HKEY parent, const std::strin
   return place;
 }
 
-// The keys a create is about to add: every missing one from the parent down,
-// shallowest first, as a create makes them all.
-std::vector<KeyPlace> MissingKeys(const KeyPlace& parent, const KeyPlace& key) {
-  std::vector<KeyPlace> missing;
-  KeyPlace candidate = key;
-  while (candidate.path.size() > parent.path.size() && !KeyExists(candidate)) {
-    missing.insert(missing.begin(), candidate);
-    const std::size_t slash = candidate.path.rfind('\\');
-    candidate.path.resize(slash == std::string::npos ? 0 : slash);
+std::string WithoutTrailingSeparators(std::string path) {
+  while (!path.empty() && path.back() == '\\') path.pop_back();
+  return path;
+}
+
+// A key about to be deleted, opened below the library's handle exactly as the
+// library names it, view and all, to learn where it is.
+KeyPlace LocateBelow(const JournalSession& session, HKEY parent, const std::string& subkey, REGSAM access) {
+  const KeyPlace named = PlaceBelow(session, parent, subkey, access);
+  // No path is the parent itself, already located when it was opened.
+  if (WithoutTrailingSeparators(subkey).empty()) return session.PlaceOf(parent);
+  kvil::UniqueHKey opened;
+  if (RegOpenKeyExA(parent, subkey.c_str(), 0, KEY_READ | (access & kViewFlags), opened.put()) != ERROR_SUCCESS) {
+    return named;
+  }
+  return Located(opened.get(), named);
+}
+
+// How many keys a create is about to add: every missing one from the parent
+// down, as a create makes them all. Each is looked for below the library's
+// handle in the library's view.
+int MissingKeyCount(HKEY parent, const std::string& subkey, REGSAM access) {
+  int missing = 0;
+  std::string candidate = WithoutTrailingSeparators(subkey);
+  while (!candidate.empty()) {
+    kvil::UniqueHKey opened;
+    if (RegOpenKeyExA(parent, candidate.c_str(), 0, KEY_READ | (access & kViewFlags), opened.put()) ==
+        ERROR_SUCCESS) {
+      break;
+    }
+    ++missing;
+    const std::size_t slash = candidate.rfind('\\');
+    candidate = WithoutTrailingSeparators(candidate.substr(0, slash == std::string::npos ? 0 : slash));
   }
   return missing;
 }
@@ -36,7 +62,7 @@ LONG WINAPI HookOpenKey(HKEY parent, const Char* subkey, DWORD options, REGSAM a
   const LONG status = gOriginal<&HookOpenKey<Char>>(parent, subkey, options, access, result);
   if (status == ERROR_SUCCESS && result != nullptr) {
     Observe([&](JournalSession& session) {
-      session.RememberKey(*result, PlaceBelow(session, parent, Text(subkey), access));
+      session.RememberKey(*result, Located(*result, PlaceBelow(session, parent, Text(subkey), access)));
     });
   }
   return status;
@@ -45,11 +71,11 @@ LONG WINAPI HookOpenKey(HKEY parent, const Char* subkey, DWORD options, REGSAM a
 template <typename Char>
 LONG WINAPI HookCreateKey(HKEY parent, const Char* subkey, DWORD reserved, Char* keyClass, DWORD options,
                           REGSAM access, LPSECURITY_ATTRIBUTES security, PHKEY result, LPDWORD disposition) {
-  KeyPlace place;
-  std::vector<KeyPlace> missing;
+  KeyPlace named;
+  int missing = 0;
   Observe([&](JournalSession& session) {
-    place = PlaceBelow(session, parent, Text(subkey), access);
-    missing = MissingKeys(session.PlaceOf(parent), place);
+    named = PlaceBelow(session, parent, Text(subkey), access);
+    missing = MissingKeyCount(parent, Text(subkey), access);
   });
   // The disposition is asked for even when the library does not want it: it
   // tells a new key from an existing one.
@@ -59,10 +85,13 @@ LONG WINAPI HookCreateKey(HKEY parent, const Char* subkey, DWORD reserved, Char*
       gOriginal<&HookCreateKey<Char>>(parent, subkey, reserved, keyClass, options, access, security, result, asked);
   if (status == ERROR_SUCCESS && result != nullptr) {
     Observe([&](JournalSession& session) {
-      session.RememberKey(*result, place);
+      const KeyPlace created = Located(*result, named);
+      session.RememberKey(*result, created);
       if (*asked != REG_CREATED_NEW_KEY) return;
-      if (missing.empty()) missing.push_back(place);
-      for (const KeyPlace& created : missing) session.Record(KeyChange{KeyAction::kCreate, created.Text()});
+      // The missing keys are the new key and the ones above it, shallowest first.
+      for (int above = std::max(missing, 1) - 1; above >= 0; --above) {
+        session.Record(KeyChange{KeyAction::kCreate, created.Ancestor(above).Text()});
+      }
     });
   }
   return status;
@@ -115,7 +144,7 @@ LONG WINAPI HookDeleteValue(HKEY key, const Char* name) {
 // Notes the values a key deletion takes with it, and returns the key's text.
 std::string BeforeKeyDeletion(JournalSession& session, HKEY parent, const std::string& subkey, REGSAM access,
                               bool withSubkeys) {
-  const KeyPlace place = PlaceBelow(session, parent, subkey, access);
+  const KeyPlace place = LocateBelow(session, parent, subkey, access);
   session.journal().touched.ValuesOfKey(place, withSubkeys);
   return place.Text();
 }

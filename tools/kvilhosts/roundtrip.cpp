@@ -3,6 +3,7 @@
 #include <array>
 
 #include "host_suffixes.h"
+#include "key_location.h"
 
 namespace kvilhosts {
 namespace {
@@ -116,8 +117,27 @@ bool NamesSuffix(std::string_view suffixes, std::string_view suffix) {
   return false;
 }
 
+// The table names keys as the library names them; the report names each as
+// the registry keeps it, below the view's node when the library reached it in
+// the 32-bit view. Either way it is the same leftover.
+std::string WithoutViewNode(std::string_view key) {
+  std::string kept;
+  while (!key.empty()) {
+    const std::size_t slash = key.find('\\');
+    const std::string_view component = key.substr(0, slash);
+    if (!EqualsIgnoringCase(component, kThirtyTwoBitNode)) {
+      if (!kept.empty()) kept += '\\';
+      kept += component;
+    }
+    key.remove_prefix(slash == std::string_view::npos ? key.size() : slash + 1);
+  }
+  return kept;
+}
+
 bool Matches(const Leftover& leftover, const Difference& difference) {
-  return leftover.subject == difference.subject && MatchesPattern(leftover.where, difference.where) &&
+  const std::string where =
+      difference.subject == Subject::kValue ? WithoutViewNode(difference.where) : difference.where;
+  return leftover.subject == difference.subject && MatchesPattern(leftover.where, where) &&
          (leftover.name == "*" || MatchesPattern(leftover.name, difference.name)) &&
          (leftover.after.empty() || leftover.after == difference.after);
 }

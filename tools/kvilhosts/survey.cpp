@@ -35,6 +35,8 @@ std::string Printable(std::string_view text) {
   return printable;
 }
 
+std::string_view ViewWord(const Survey& survey) { return survey.productFor64BitHosts ? "64-bit" : "32-bit"; }
+
 }  // namespace
 
 std::string_view ToolStateWord(ToolState state) {
@@ -76,7 +78,8 @@ std::vector<HostRow> SurveyHosts(HMODULE module, std::int32_t lcid) {
   return rows;
 }
 
-std::string FormatTable(std::span<const HostRow> rows) {
+std::string FormatTable(const Survey& survey) {
+  const std::span<const HostRow> rows = survey.hosts;
   using Cells = std::array<std::string, kColumnCount>;
   std::vector<Cells> lines;
   lines.reserve(rows.size() + 1);
@@ -104,7 +107,8 @@ std::string FormatTable(std::span<const HostRow> rows) {
     }
   }
 
-  std::string text;
+  std::string text = "registry view: " + std::string(ViewWord(survey)) + " (product installed for " +
+                     std::string(ViewWord(survey)) + " hosts)\n";
   for (const Cells& cells : lines) {
     std::string line;
     for (std::size_t column = 0; column < kColumnCount; ++column) {
@@ -137,8 +141,9 @@ std::string JsonString(std::string_view ansi) {
   return out;
 }
 
-std::string FormatJson(std::span<const HostRow> rows) {
-  std::string json = "[\n";
+std::string FormatJson(const Survey& survey) {
+  const std::span<const HostRow> rows = survey.hosts;
+  std::string json = "{\"registry_view\":" + JsonString(ViewWord(survey)) + ",\"hosts\":[\n";
   for (std::size_t i = 0; i < rows.size(); ++i) {
     const HostRow& row = rows[i];
     json += "  {\"suffix\":" + JsonString(row.suffix);
@@ -158,7 +163,7 @@ std::string FormatJson(std::span<const HostRow> rows) {
     }
     json += i + 1 < rows.size() ? "},\n" : "}\n";
   }
-  json += "]\n";
+  json += "]}\n";
   return json;
 }
 

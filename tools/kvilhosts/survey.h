@@ -39,10 +39,20 @@ struct HostRow {
 // never called.
 std::vector<HostRow> SurveyHosts(HMODULE module, std::int32_t lcid);
 
-// Columns aligned with two spaces between them, a header first, no trailing blanks.
-std::string FormatTable(std::span<const HostRow> rows);
-// An array with one object per row, one row per line.
-std::string FormatJson(std::span<const HostRow> rows);
+struct Survey {
+  // The registry view the product's keys and its hosts' keys are reached in:
+  // the 64-bit one when the product was installed for 64-bit hosts, which is
+  // what the library finds out for each export.
+  bool productFor64BitHosts = false;
+  std::vector<HostRow> hosts;
+};
+
+// "registry view: 32-bit (product installed for 32-bit hosts)", then the hosts'
+// columns aligned with two spaces between them, a header first, no trailing blanks.
+std::string FormatTable(const Survey& survey);
+// An object: "registry_view" ("32-bit" or "64-bit") and "hosts", an array with
+// one object per row, one row per line.
+std::string FormatJson(const Survey& survey);
 
 // A JSON string literal for ANSI text: the bytes are read in the system code page
 // and everything outside printable ASCII is written as \u escapes.
