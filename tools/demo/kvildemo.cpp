@@ -50,8 +50,8 @@ class SeedLog {
 // program that owns it reads it in.
 std::string KeyText(HKEY root, const std::string& path) {
   kvil::UniqueHKey key;
-  const REGSAM view = kvil::machine::SeedingView(root, path);
-  if (RegOpenKeyExA(kvil::ViewRoot(root).get(), path.c_str(), 0, KEY_READ | view, key.put()) == ERROR_SUCCESS) {
+  const kvil::KeyInView placed = kvil::PlaceInView(root, path, kvil::machine::SeedingView(root, path));
+  if (RegOpenKeyExA(root, placed.path.c_str(), 0, KEY_READ | placed.flag, key.put()) == ERROR_SUCCESS) {
     if (const std::optional<kvilhosts::RegeditKey> located = kvilhosts::LocateKey(key.get(), root, path)) {
       return located->Text();
     }

@@ -125,11 +125,12 @@ FileState ReadFolder(const std::string& path, int depth) {
   return state;
 }
 
-// HKEY_CLASSES_ROOT named with a view goes through the frame's ViewRoot, as the
-// library's own opens do, so that it stays the root this process has.
+// The key is opened as the library opens it: HKEY_CLASSES_ROOT's view spelt into
+// its path, so that it stays the root this process has.
 bool OpenPlace(const KeyPlace& key, REGSAM access, kvil::UniqueHKey& opened) {
-  return key.root != nullptr && RegOpenKeyExA(kvil::ViewRoot(key.root).get(), key.path.c_str(), 0,
-                                              access | key.view, opened.put()) == ERROR_SUCCESS;
+  if (key.root == nullptr) return false;
+  const kvil::KeyInView placed = kvil::PlaceInView(key.root, key.path, key.view);
+  return RegOpenKeyExA(key.root, placed.path.c_str(), 0, access | placed.flag, opened.put()) == ERROR_SUCCESS;
 }
 
 }  // namespace
