@@ -494,7 +494,7 @@ TEST(RegistryViews, ThirtyTwoBitHostsAreAttachedInThe32BitView) {
       {"IE70", kSpeller,
        [](const std::string& programs, const InstalledProduct& product) {
          WriteBrowserProductFiles(product.options.productDir);
-         InstallInternetExplorer7InProgramsView(programs + "\\Internet Explorer 7\\iexplore.exe");
+         InstallInternetExplorer7(programs + "\\Internet Explorer 7\\iexplore.exe");
        },
        Typical(explorer + Keys{User("Microsoft\\Internet Explorer\\MenuExt\\&KVIL SpellCheck")}, explorer)},
       {"TheBat50", kSpeller,

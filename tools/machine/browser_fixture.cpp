@@ -16,15 +16,6 @@ VersionStamp ProgramBy(const std::string& maker, WORD major, WORD minor) {
   return stamp;
 }
 
-// Internet Explorer 7's program, and its automation server's registration under root.
-void InstallInternetExplorer7Server(HKEY root, const std::string& localServerKey, const std::string& program,
-                                    WORD major) {
-  CreateMenuExtensions();
-  WriteWideText(root, localServerKey, "", Widen("\"" + program + "\""));
-  CreateFolder(program.substr(0, program.rfind('\\')));
-  WriteVersionedModule(program, HostProgram(major, 0));
-}
-
 }  // namespace
 
 void WriteWideText(HKEY root, const std::string& path, const std::string& name, const std::wstring& text) {
@@ -71,12 +62,10 @@ void InstallInternetExplorer6(const std::string& folder) {
 }
 
 void InstallInternetExplorer7(const std::string& program, WORD major) {
-  InstallInternetExplorer7Server(HKEY_CLASSES_ROOT, kIeLocalServerKey, program, major);
-}
-
-void InstallInternetExplorer7InProgramsView(const std::string& program, WORD major) {
-  InstallInternetExplorer7Server(HKEY_LOCAL_MACHINE, std::string("SOFTWARE\\Classes\\") + kIeLocalServerKey, program,
-                                 major);
+  CreateMenuExtensions();
+  WriteWideText(HKEY_CLASSES_ROOT, kIeLocalServerKey, "", Widen("\"" + program + "\""));
+  CreateFolder(program.substr(0, program.rfind('\\')));
+  WriteVersionedModule(program, HostProgram(major, 0));
 }
 
 void InstallOpera(const std::string& folder, WORD major, WORD minor) {

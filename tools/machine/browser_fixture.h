@@ -48,14 +48,6 @@ void InstallInternetExplorer6(const std::string& folder);
 // Internet Explorer 7's automation server: the local server = program in double
 // quotes, and program of major.0.
 void InstallInternetExplorer7(const std::string& program, WORD major = 7);
-// The same, with the server registered in the view of the programs (see
-// ProgramsView) as on a machine with both views: it is written through HKLM
-// "SOFTWARE\Classes", which a 32-bit setup's view takes to
-// "SOFTWARE\Classes\Wow6432Node\CLSID" as it takes that setup's
-// HKEY_CLASSES_ROOT\CLSID. (Under Wine, HKEY_CLASSES_ROOT named with a view
-// flag is the machine's classes, where the 32-bit view is not applied to the
-// keys just below it.)
-void InstallInternetExplorer7InProgramsView(const std::string& program, WORD major = 7);
 
 // Opera: "Last CommandLine" = folder\opera.exe, opera.exe of major.minor and
 // kOperaOwnSettings as folder\spellcheck.ini.
