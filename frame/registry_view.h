@@ -11,6 +11,7 @@
 // | HKCR "Installer\Components\..." (qualified components)    | 64-bit always        | the Installer's data again; shared on Windows 7 and later, but redirected on Vista and earlier and under Wine |
 // | HKLM SOFTWARE: the product's uninstall entry, options and records, the uninstall list, Office's, Shared Tools' and every host's own keys | the product's | redirected: 32-bit hosts and setups read and write Wow6432Node, 64-bit ones the native keys |
 // | HKLM "...\App Paths\..."                                  | the product's        | shared on Windows 7 and later: the flag changes nothing     |
+// | HKLM "SOFTWARE\Classes\QuarkXPress.XTension\..."           | the product's        | shared on Windows 7 and later, redirected under Wine: a setup and the library of one view agree either way |
 // | HKCR "CLSID\..." (Internet Explorer's automation server)  | the product's        | redirected: a 32-bit browser registers under Wow6432Node\CLSID (reached by that path: PlaceInView) |
 // | HKCU "Software\..." (hosts' per-user options)             | the product's        | shared: the flag changes nothing                            |
 //
