@@ -161,11 +161,10 @@ TEST_P(InstalledPackage, Word2000IsHandedTheProductsSpellerByTheInstallerUntilRe
   }
   ExpectOnlyIn(GetParam(), "\\Microsoft\\Shared Tools\\Proofing Tools\\Spelling\\1049\\Normal", "Engine",
                StartupDir() + "\\kvilsp3.dll");
-  using Export = std::uint32_t (*)(std::int32_t, std::int32_t, const char*, const char*, const char*, std::int32_t,
-                                   std::int32_t);
-  ASSERT_EQ(Bind<Export>(*dll_, "RegisterOffice90")(0, 1049, StartupDir().c_str(), "kvilsp3.dll", "SPRUNORM.LEX",
-                                                     1, 9),
-            1u);
+  using Restore = std::uint32_t (*)(std::int32_t, std::int32_t, const char*, const char*, const char*, std::int32_t,
+                                    std::int32_t);
+  const auto restore = Bind<Restore>(*dll_, "RegisterOffice90");
+  ASSERT_EQ(restore(0, 1049, StartupDir().c_str(), "kvilsp3.dll", "SPRUNORM.LEX", 1, 9), 1u);
   ExpectComponents(false, "restored");
 }
 
@@ -186,8 +185,7 @@ TEST_P(InstalledPackage, TheEnglishModulesAreFoundAsPublished) {
                  : Bind<Nls>(*dll_, "GetEngNLSModules")(1049, buffer, &length, which);
     return Lookup(result, buffer, length);
   };
-  const std::string lexicon = InPackageFolder("MSSP3EN.LEX");
-  const std::string engine = InPackageFolder("MSSP3EN.DLL");
+  const std::string lexicon = InPackageFolder("MSSP3EN.LEX"), engine = InPackageFolder("MSSP3EN.DLL");
   EXPECT_EQ(englishModule(false, 1), Lookup(0, lexicon, lexicon.size()));
   EXPECT_EQ(englishModule(false, 0), Lookup(0, "", 0));
   EXPECT_EQ(englishModule(true, 0), Lookup(1033, engine, engine.size()));

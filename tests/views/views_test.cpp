@@ -204,12 +204,12 @@ struct Step {
 };
 
 // The case's host operations take the tool kind and the language; Office's
-// restoring exports are called as the setup tool calls them.
+// restoring exports (RegisterOffice90 gives Office 2000's components their own
+// files back) are called as the setup tool calls them.
 HostResult CallExport(const LibraryUnderTest& dll, const InstalledProduct& product, const std::string& suffix,
                       int kind, const std::string& operation) {
   if (operation.starts_with("DetachOffice")) return reinterpret_cast<HostResult (*)()>(dll.Find(operation))();
   if (operation != "RegisterOffice90") return dll.Call(operation, suffix, kind, 1049);
-  // Office 2000's components given their own files back.
   using Export = HostResult (*)(std::int32_t, std::int32_t, const char*, const char*, const char*, std::int32_t,
                                 std::int32_t);
   return reinterpret_cast<Export>(dll.Find(operation))(kind, 1049, product.StartupDir(1049).c_str(), "kvilsp3.dll",
@@ -275,11 +275,8 @@ void RunMember(const Member& member, REGSAM view) {
   SCOPED_TRACE(member.suffix);
   std::vector<Step> steps = {{"Exist", 1}, {"Avail", 1}, {"Attach", member.answer, member.kept + member.attachOnly},
                              {"Check", 1}, {"Detach", member.answer}};
-  if (member.restore.empty()) {
-    steps.back().landed = member.kept;
-  } else {
-    steps.push_back({member.restore, 1, member.kept});
-  }
+  if (!member.restore.empty()) steps.push_back({member.restore, 1});
+  steps.back().landed = member.kept;
   const auto install = [&] {
     const InstalledProduct product = InstallKvil(view, view == kView64);
     const ProgramsView in(view);
