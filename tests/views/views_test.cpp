@@ -1,18 +1,15 @@
-// Where the library's keys land on a 64-bit Windows. run_views_test.cmake runs
-// this program in a Wine prefix of its own, made for the run and deleted after
-// it, with nothing redirected: the seeder lays the machine out as installers
-// leave it (a 32-bit program's keys in Wow6432Node, the Windows Installer's data
-// in the 64-bit view, folders under "Program Files (x86)"), and every key is
-// named here by its real path, as regedit shows it. Each case starts from the
-// clean machine and ends by taking away everything it added; a key it leaves
-// behind fails it.
+// Where the library's keys land on a 64-bit Windows, in a Wine prefix of this
+// program's own with nothing redirected (run_views_test.cmake): the seeder lays
+// the machine out as installers leave it (a 32-bit program's keys in
+// Wow6432Node, the Windows Installer's data in the 64-bit view, folders under
+// "Program Files (x86)"), and every key is named by its real path, as regedit
+// shows it. Each case starts from the clean machine and takes away all it added.
 
 #include <windows.h>
 #include <shlobj.h>
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -34,7 +31,6 @@
 #include "quark_fixture.h"
 #include "registry_probe.h"
 #include "replacement_fixture.h"
-#include "version_fixture.h"
 
 namespace kvil::test {
 namespace {
@@ -42,37 +38,42 @@ namespace {
 struct NoCase {
   bool operator()(const std::string& a, const std::string& b) const { return _stricmp(a.c_str(), b.c_str()) < 0; }
 };
-using Names = std::set<std::string, NoCase>;
-using Keys = Names;
+using Keys = std::set<std::string, NoCase>;
+Keys operator+(Keys keys, const Keys& more) {
+  keys.insert(more.begin(), more.end());
+  return keys;
+}
 
-// ---- The registry by real path.
+// ---- The registry by real path: each key's values (type and bytes), and
+// whether it has subkeys.
 
 struct KeyState {
-  std::map<std::string, std::string, NoCase> values;  // name -> type and bytes
+  std::map<std::string, std::string, NoCase> values;
   bool hasSubkeys = false;
 };
 using Registry = std::map<std::string, KeyState, NoCase>;
 
-// Wine's own tables and the shell's folder lists, which neither the product nor
-// any host writes, are most of the machine's keys and are not read. Of the machine's classes the 32-bit
-// view's are read whole, and of the 64-bit view's the keys hosts and the
-// Installer keep there.
+// Wine's own tables (the performance counters' names among them, values too
+// long to read here) and the shell's folder lists, which neither the product
+// nor any host writes, are most of the machine's keys and are not read. Of the
+// machine's classes the 32-bit view's are read whole, and of the 64-bit view's
+// the keys hosts and the Installer keep there.
 const Keys kNotRead = {
     "HKLM\\SOFTWARE\\Classes",
     "HKLM\\SOFTWARE\\Microsoft\\Cryptography",
+    "HKLM\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Perflib",
     "HKLM\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones",
     "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Telephony",
     "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer",
 };
 
 std::pair<HKEY, std::string> Split(const std::string& name) {
-  const std::size_t separator = name.find('\\');
-  return {name.starts_with("HKLM") ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER, name.substr(separator + 1)};
+  return {name.starts_with("HKLM") ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER, name.substr(5)};
 }
 
 // Keys are opened by their real path in the 64-bit view, where no flag
-// redirects them; a link (a key Wine shares between the views) is read where it
-// points, not through the link.
+// redirects them; a link (a key Wine shares between the views) is not followed:
+// what it points at is read where it lies.
 void Read(HKEY parent, const std::string& subkey, const std::string& name, Registry& registry) {
   UniqueHKey key;
   if (RegOpenKeyExA(parent, subkey.c_str(), REG_OPTION_OPEN_LINK, KEY_READ | KEY_WOW64_64KEY, key.put()) !=
@@ -80,33 +81,21 @@ void Read(HKEY parent, const std::string& subkey, const std::string& name, Regis
     return;
   }
   KeyState& state = registry[name];
-  static std::vector<char> valueName(16384);
-  static std::vector<BYTE> data(1 << 16);
+  static std::string valueName(16384, '\0'), data(1 << 16, '\0');
   for (DWORD index = 0;; ++index) {
-    DWORD nameLength = static_cast<DWORD>(valueName.size());
-    DWORD size = static_cast<DWORD>(data.size());
-    DWORD type = REG_NONE;
-    const LONG status =
-        RegEnumValueA(key.get(), index, valueName.data(), &nameLength, nullptr, &type, data.data(), &size);
-    if (status == ERROR_MORE_DATA && size > data.size()) {
-      data.resize(size);
-      --index;  // the same value again
-      continue;
-    }
-    if (status != ERROR_SUCCESS) break;
-    state.values[valueName.data()] = std::to_string(type) + ":" + std::string(data.begin(), data.begin() + size);
+    DWORD nameLength = static_cast<DWORD>(valueName.size()), size = static_cast<DWORD>(data.size()), type = 0;
+    const LONG status = RegEnumValueA(key.get(), index, valueName.data(), &nameLength, nullptr, &type,
+                                      reinterpret_cast<BYTE*>(data.data()), &size);
+    if (status == ERROR_NO_MORE_ITEMS) break;
+    if (status != ERROR_SUCCESS) throw std::runtime_error("cannot read the values of " + name);
+    state.values[valueName.substr(0, nameLength)] = std::to_string(type) + ":" + data.substr(0, size);
   }
-  std::vector<std::string> subkeys;
-  for (DWORD index = 0;; ++index) {
-    char child[256];
-    DWORD length = sizeof child;
-    if (RegEnumKeyExA(key.get(), index, child, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
-    subkeys.emplace_back(child, length);
-  }
-  state.hasSubkeys = !subkeys.empty();
-  for (const std::string& child : subkeys) {
-    const std::string childName = name + "\\" + child;
-    if (!kNotRead.contains(childName)) Read(key.get(), child, childName, registry);
+  char child[256];
+  for (DWORD index = 0, length = sizeof child;
+       RegEnumKeyExA(key.get(), index, child, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+       ++index, length = sizeof child) {
+    state.hasSubkeys = true;
+    if (!kNotRead.contains(name + "\\" + child)) Read(key.get(), child, name + "\\" + child, registry);
   }
 }
 
@@ -126,13 +115,13 @@ Registry ReadMachine() {
 // came or went holding values or nothing at all (not the bare parents of one).
 Keys Landed(const Registry& before, const Registry& after) {
   Keys landed;
-  auto counts = [](const KeyState& state) { return !state.values.empty() || !state.hasSubkeys; };
-  for (const auto& [name, state] : after) {
-    const auto found = before.find(name);
-    if (found == before.end() ? counts(state) : found->second.values != state.values) landed.insert(name);
-  }
-  for (const auto& [name, state] : before) {
-    if (!after.contains(name) && counts(state)) landed.insert(name);
+  for (const auto& [from, to] : {std::pair(&before, &after), std::pair(&after, &before)}) {
+    for (const auto& [name, state] : *from) {
+      const auto other = to->find(name);
+      if (other == to->end() ? !state.values.empty() || !state.hasSubkeys : other->second.values != state.values) {
+        landed.insert(name);
+      }
+    }
   }
   return landed;
 }
@@ -142,31 +131,27 @@ Keys Landed(const Registry& before, const Registry& after) {
 std::string Wow(const std::string& path) { return "HKLM\\SOFTWARE\\Wow6432Node\\" + path; }
 std::string Native(const std::string& path) { return "HKLM\\SOFTWARE\\" + path; }
 std::string User(const std::string& path) { return "HKCU\\Software\\" + path; }
+using View = std::string (*)(const std::string&);
 
-// Under either view's SOFTWARE: a record of the product, a shared registration,
-// an Installer component key (always the 64-bit view's), and a qualified
-// component list of HKEY_CLASSES_ROOT in the 64-bit view.
+// A record of the product, in either view's SOFTWARE, and an Installer
+// component key, always the 64-bit view's.
 std::string Record(const std::string& path) { return "Tervane\\Kvil\\8.0\\Products\\" + path; }
-std::string Proofing(const std::string& tool) {
-  return "Microsoft\\Shared Tools\\Proofing Tools\\" + tool + "\\1049\\Normal";
-}
 std::string Component(const std::string& packed) {
   return Native("Microsoft\\Windows\\CurrentVersion\\Installer\\Components\\" + packed);
 }
-std::string LocalSystemComponent(const std::string& packed) {
-  return Native("Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\S-1-5-18\\Components\\" + packed);
-}
-std::string QualifiedComponents(const std::string& packed) {
-  return Native("Classes\\Installer\\Components\\" + packed);
+
+// What a Microsoft host's attach leaves in one view: its record, the shared
+// registration, and the product's note of the registration that it replaced.
+Keys Registered(View view, const std::string& hostAndVersion, const std::string& tool) {
+  return {view(Record(hostAndVersion + "\\" + tool + "\\1049")),
+          view("Microsoft\\Shared Tools\\Proofing Tools\\" + tool + "\\1049\\Normal"),
+          view("Tervane\\Kvil\\8.0\\Saved connections\\" + tool + "\\1049\\Normal")};
 }
 
 // ---- The machine.
 
-constexpr REGSAM kView32 = KEY_WOW64_32KEY;
-constexpr REGSAM kView64 = KEY_WOW64_64KEY;
-constexpr char kPrograms32[] = "C:\\Program Files (x86)";
-constexpr char kPrograms64[] = "C:\\Program Files";
-std::string ProgramsOf(REGSAM view) { return view == kView64 ? kPrograms64 : kPrograms32; }
+constexpr REGSAM kView32 = KEY_WOW64_32KEY, kView64 = KEY_WOW64_64KEY;
+std::string ProgramsOf(REGSAM view) { return view == kView64 ? "C:\\Program Files" : "C:\\Program Files (x86)"; }
 
 std::string CommonProgramsMenu() {
   char folder[MAX_PATH] = {};
@@ -175,9 +160,9 @@ std::string CommonProgramsMenu() {
 }
 
 // What the Program Files folders and the common Start menu hold.
-Names FolderEntries() {
-  Names entries;
-  for (const std::string& root : {std::string(kPrograms32), std::string(kPrograms64), CommonProgramsMenu()}) {
+Keys FolderEntries() {
+  Keys entries;
+  for (const std::string& root : {ProgramsOf(kView32), ProgramsOf(kView64), CommonProgramsMenu()}) {
     for (const auto& entry : std::filesystem::directory_iterator(root)) entries.insert(entry.path().string());
   }
   return entries;
@@ -186,53 +171,15 @@ Names FolderEntries() {
 // The machine before any case: Wine's own keys and folders. A machine that
 // already holds the product is no fresh prefix, and nothing is written to it.
 struct CleanMachine {
-  CleanMachine() {
-    for (const std::string& product : {Wow("Tervane"), Native("Tervane")}) {
-      if (registry.contains(product)) throw std::runtime_error("not a fresh Wine prefix: " + product + " is there");
-    }
-  }
-  Registry registry = ReadMachine();
-  Names folders = FolderEntries();
+  Registry registry;
+  Keys folders;
 };
 const CleanMachine& Clean() {
-  static const CleanMachine clean;
-  return clean;
-}
-
-// Every key, value and folder added since the clean machine goes, in whichever
-// view it landed; a value changed in a key that was there before cannot be put
-// back and stays for the check to find.
-void TakeAwayCase() {
-  const CleanMachine& clean = Clean();
-  const Registry now = ReadMachine();
-  for (const auto& [name, state] : now) {
-    const auto [root, path] = Split(name);
-    const auto was = clean.registry.find(name);
-    if (was == clean.registry.end()) {
-      const std::size_t separator = name.rfind('\\');
-      const std::string parentName = name.substr(0, separator);
-      if (now.contains(parentName) && !clean.registry.contains(parentName)) continue;  // goes with its new parent
-      UniqueHKey parent;
-      if (RegOpenKeyExA(root, Split(parentName).second.c_str(), 0, KEY_ALL_ACCESS | KEY_WOW64_64KEY,
-                        parent.put()) == ERROR_SUCCESS) {
-        RegDeleteTreeA(parent.get(), name.substr(separator + 1).c_str());
-      }
-      continue;
-    }
-    UniqueHKey key;
-    if (RegOpenKeyExA(root, path.c_str(), 0, KEY_SET_VALUE | KEY_WOW64_64KEY, key.put()) != ERROR_SUCCESS) continue;
-    for (const auto& [value, data] : state.values) {
-      if (!was->second.values.contains(value)) RegDeleteValueA(key.get(), value.c_str());
-    }
+  static const CleanMachine clean{ReadMachine(), FolderEntries()};
+  if (clean.registry.contains(Wow("Tervane")) || clean.registry.contains(Native("Tervane"))) {
+    throw std::runtime_error("not a fresh Wine prefix: the product is there");
   }
-  auto addedFolders = [&] {
-    Names added = FolderEntries();
-    std::erase_if(added, [&](const std::string& entry) { return clean.folders.contains(entry); });
-    return added;
-  };
-  for (const std::string& entry : addedFolders()) std::filesystem::remove_all(entry);
-  EXPECT_EQ(Landed(clean.registry, ReadMachine()), Keys{}) << "left behind in the registry";
-  EXPECT_EQ(addedFolders(), Names{}) << "left behind in the folders";
+  return clean;
 }
 
 // The product (8.0, Russian and Ukrainian) by a setup of the given view, into
@@ -240,74 +187,41 @@ void TakeAwayCase() {
 // product installed for 64-bit hosts also has "Installing" = 64 in the 64-bit view.
 InstalledProduct InstallKvil(REGSAM view, bool for64BitHosts = false, const std::string& startupDirExpandText = {}) {
   const ProgramsView in(view);
-  ProductOptions options;
-  options.productDir = ProgramsOf(view) + "\\Kvil";
-  options.menuDir = CommonProgramsMenu() + "\\Kvil";
-  options.registry64 = for64BitHosts;
-  options.startupDirExpandText = startupDirExpandText;
-  return InstallProduct(options);
-}
-
-void SetInstalling(REGSAM view, const RegValue& value) {
-  const ProgramsView in(view);
-  WriteRaw(HKEY_LOCAL_MACHINE, "Software\\Tervane", "Installing", value.type, value.bytes);
-}
-
-void InstallWord97In(REGSAM view) {
-  const ProgramsView in(view);
-  InstallWord97(ProgramsOf(view) + "\\Microsoft Office\\Office");
-}
-
-void InstallWord2010In(REGSAM view) {
-  const ProgramsView in(view);
-  InstallModernOffice(14, ProgramsOf(view) + "\\Microsoft Office\\Office14", {"Word"});
-}
-
-// The speller's shared registration "Engine", in whichever view it landed.
-std::string RegisteredSpeller() {
-  for (const std::string& key : {Wow(Proofing("Spelling")), Native(Proofing("Spelling"))}) {
-    UniqueHKey registration;
-    char engine[MAX_PATH] = {};
-    DWORD size = sizeof engine - 1;
-    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, Split(key).second.c_str(), 0, KEY_QUERY_VALUE | KEY_WOW64_64KEY,
-                      registration.put()) == ERROR_SUCCESS &&
-        RegQueryValueExA(registration.get(), "Engine", nullptr, nullptr, reinterpret_cast<BYTE*>(engine), &size) ==
-            ERROR_SUCCESS) {
-      return engine;
-    }
-  }
-  return "";
+  return InstallProduct({.productDir = ProgramsOf(view) + "\\Kvil",
+                         .menuDir = CommonProgramsMenu() + "\\Kvil",
+                         .startupDirs = {},
+                         .registry64 = for64BitHosts,
+                         .startupDirExpandText = startupDirExpandText});
 }
 
 // ---- The cases: one export call after another, each answer stated, and after
 // a call that writes, every key that differs from the machine as installed.
 
 struct Step {
-  const char* operation;  // Exist, Avail, Attach, Detach, Check of the case's host, or another export
+  std::string operation;  // Exist, Avail, Attach, Detach, Check of the case's host, or another export
   HostResult answer;
-  std::optional<Keys> landed;  // none: not looked at after this call
+  std::optional<Keys> landed = std::nullopt;  // none: not looked at after this call
 };
-Step Ask(const char* operation, HostResult answer) { return {operation, answer, std::nullopt}; }
-Step Change(const char* operation, HostResult answer, Keys landed) { return {operation, answer, std::move(landed)}; }
 
-HostResult CallExport(const LibraryUnderTest& dll, const InstalledProduct& product, const char* suffix, int kind,
-                      const std::string& operation) {
-  for (const char* hostOperation : {"Exist", "Avail", "Attach", "Detach", "Check"}) {
-    if (operation == hostOperation) return dll.Call(operation, suffix, kind, 1049);
-  }
-  if (operation == "RegisterOffice90") {
-    // Office 2000's components given their own files back.
-    using Export = HostResult (*)(std::int32_t, std::int32_t, const char*, const char*, const char*, std::int32_t,
-                                  std::int32_t);
-    const auto restore = reinterpret_cast<Export>(dll.Find(operation));
-    return restore(kind, 1049, product.StartupDir(1049).c_str(), "kvilsp3.dll", "SPRUNORM.LEX", 1, 9);
-  }
-  return reinterpret_cast<HostResult (*)()>(dll.Find(operation))();
+// The case's host operations take the tool kind and the language; Office's
+// restoring exports (RegisterOffice90 gives Office 2000's components their own
+// files back) are called as the setup tool calls them.
+HostResult CallExport(const LibraryUnderTest& dll, const InstalledProduct& product, const std::string& suffix,
+                      int kind, const std::string& operation) {
+  if (operation.starts_with("DetachOffice")) return reinterpret_cast<HostResult (*)()>(dll.Find(operation))();
+  if (operation != "RegisterOffice90") return dll.Call(operation, suffix, kind, 1049);
+  using Export = HostResult (*)(std::int32_t, std::int32_t, const char*, const char*, const char*, std::int32_t,
+                                std::int32_t);
+  return reinterpret_cast<Export>(dll.Find(operation))(kind, 1049, product.StartupDir(1049).c_str(), "kvilsp3.dll",
+                                                       "SPRUNORM.LEX", 1, 9);
 }
 
-void RunCase(const std::function<InstalledProduct()>& install, const char* suffix, int kind,
-             const std::vector<Step>& steps, const std::function<void()>& afterSteps = {}) {
-  Clean();
+// After the steps, every key, value and folder added since the clean machine
+// goes, in whichever view it landed; a value changed in a key that was there
+// before cannot be put back and stays for the check to find.
+void RunCase(const std::function<InstalledProduct()>& install, const std::string& suffix, int kind,
+             const std::vector<Step>& steps) {
+  const CleanMachine& clean = Clean();
   const InstalledProduct product = install();
   const Registry installed = ReadMachine();
   {
@@ -318,82 +232,79 @@ void RunCase(const std::function<InstalledProduct()>& install, const char* suffi
         EXPECT_EQ(Landed(installed, ReadMachine()), *step.landed) << "after " << step.operation;
       }
     }
-    if (afterSteps) afterSteps();
   }
-  TakeAwayCase();
+  const Registry now = ReadMachine();
+  for (const auto& [name, state] : now) {
+    const auto [root, path] = Split(name);
+    const auto was = clean.registry.find(name);
+    const std::string parent = name.substr(0, name.rfind('\\'));
+    if (was == clean.registry.end()) {
+      // A new parent takes its new keys along.
+      if (clean.registry.contains(parent) || !now.contains(parent)) RegDeleteTreeA(root, path.c_str());
+      continue;
+    }
+    for (const auto& [value, data] : state.values) {
+      if (!was->second.values.contains(value)) RegDeleteKeyValueA(root, path.c_str(), value.c_str());
+    }
+  }
+  for (const std::string& entry : FolderEntries()) {
+    if (!clean.folders.contains(entry)) std::filesystem::remove_all(entry);
+  }
+  EXPECT_EQ(Landed(clean.registry, ReadMachine()), Keys{}) << "left behind in the registry";
 }
 
-// One member of a family, installed with the product by setups of one view.
+// One member of a family, installed with the product by setups of one view and
+// taken through the typical request: there and available, attached and
+// checked, then detached, Attach and Detach giving the same answer. What the
+// attach leaves is kept and attachOnly; the detach takes attachOnly away, or,
+// where a restoring export follows it, that export leaves kept.
+struct Seeding {
+  std::string programs;  // the view's Program Files
+  const InstalledProduct& product;
+};
 struct Member {
-  const char* suffix;
+  std::string suffix;
   int kind;
-  std::function<void(const std::string& programs, const InstalledProduct& product)> install;
-  std::vector<Step> steps;
+  std::function<void(const Seeding&)> install;
+  Keys kept, attachOnly = {};
+  HostResult answer = 1;
+  std::string restore = {};
 };
 
 void RunMember(const Member& member, REGSAM view) {
   SCOPED_TRACE(member.suffix);
-  RunCase(
-      [&] {
-        const InstalledProduct product = InstallKvil(view, view == kView64);
-        const ProgramsView in(view);
-        member.install(ProgramsOf(view), product);
-        return product;
-      },
-      member.suffix, member.kind, member.steps);
+  std::vector<Step> steps = {{"Exist", 1}, {"Avail", 1}, {"Attach", member.answer, member.kept + member.attachOnly},
+                             {"Check", 1}, {"Detach", member.answer}};
+  if (!member.restore.empty()) steps.push_back({member.restore, 1});
+  steps.back().landed = member.kept;
+  const auto install = [&] {
+    const InstalledProduct product = InstallKvil(view, view == kView64);
+    const ProgramsView in(view);
+    member.install({ProgramsOf(view), product});
+    return product;
+  };
+  RunCase(install, member.suffix, member.kind, steps);
 }
 
-// What a Microsoft host's attach leaves in one view: its record, the shared
-// registration, and the product's note of the registration that it replaced.
-using View = std::string (*)(const std::string&);
-Keys Registered(View view, const std::string& hostAndVersion, const std::string& tool) {
-  return {view(Record(hostAndVersion + "\\" + tool + "\\1049")), view(Proofing(tool)),
-          view("Tervane\\Kvil\\8.0\\Saved connections\\" + tool + "\\1049\\Normal")};
-}
-Keys operator+(Keys keys, const Keys& more) {
-  keys.insert(more.begin(), more.end());
-  return keys;
-}
-
-// Office's Russian speller and grammar checker components, as the Installer keys them.
-constexpr char kSpellerEngine[] = "CEF3839E23492D1109A00008F5B92110";
-constexpr char kSpellerLexicon[] = "7DF3839E23492D1109A00008F5B92110";
-constexpr char kGrammarEngine[] = "24B871BFD5A13D117B180008F5B92568";
-constexpr char kGrammarLexicon[] = "4857C3C6DC6D2D117B870008F5A40D05";
-
-// Word 2010 or 2013 attached for the grammar in the product's view; its
-// components redirected and, for 2010, Microsoft's entry switched out of the
-// qualified-component lists, both in the 64-bit view whatever the product's.
-// Detaching keeps both, and the lists' saved copy.
-Keys ModernWordGrammar(View view, int officeVersion) {
-  const std::string word = "WINWORD\\" + std::to_string(officeVersion) + ".0";
-  Keys keys = Registered(view, word, "Grammar") +
-              Keys{view(Record(word)), Component(kGrammarEngine), Component(kGrammarLexicon)};
-  if (officeVersion == 14) {
-    keys.insert(QualifiedComponents("841D7D937A947D641B95375D7377D30F"));
-    keys.insert(QualifiedComponents("EA77853199E1AFF4B87708D83E6A7046"));
-  }
-  return keys;
-}
-
-// The typical request: the host is there and available, attached and checked,
-// then detached; Attach and Detach give the same answer.
-std::vector<Step> Typical(const Keys& attached, const Keys& detached, HostResult answer = 1) {
-  return {Ask("Exist", 1), Ask("Avail", 1), Change("Attach", answer, attached), Ask("Check", 1),
-          Change("Detach", answer, detached)};
-}
-
-// Office 2010 or 2013 as its setup of the product's view leaves it, and the
-// Office-wide detach after Word's.
+// Word 2010 or 2013, as its setup of the product's view leaves it, attached for
+// the grammar in that view; its components redirected and, for 2010,
+// Microsoft's entry switched out of the qualified-component lists of
+// HKEY_CLASSES_ROOT, both in the 64-bit view whatever the product's. Detaching
+// Word and then Office keeps all of it, and the lists' saved copy.
 Member ModernWord(REGSAM view, int officeVersion) {
-  const Keys attached = ModernWordGrammar(view == kView64 ? Native : Wow, officeVersion);
-  const std::string version = std::to_string(officeVersion);
-  return {officeVersion == 14 ? "WW14" : "WW15", kGrammar,
-          [=](const std::string& programs, const InstalledProduct&) {
-            InstallModernOffice(officeVersion, programs + "\\Microsoft Office\\Office" + version, {"Word"});
-          },
-          {Ask("Exist", 1), Ask("Avail", 1), Change("Attach", 1, attached), Ask("Check", 1), Ask("Detach", 1),
-           Change(officeVersion == 14 ? "DetachOffice14" : "DetachOffice15", 1, attached)}};
+  const std::string version = std::to_string(officeVersion), word = "WINWORD\\" + version + ".0";
+  const View in = view == kView64 ? Native : Wow;
+  // Office's Russian grammar checker components, as the Installer keys them.
+  Keys kept = Registered(in, word, "Grammar") + Keys{in(Record(word)), Component("24B871BFD5A13D117B180008F5B92568"),
+                                                     Component("4857C3C6DC6D2D117B870008F5A40D05")};
+  if (officeVersion == 14) {
+    kept = kept + Keys{Native("Classes\\Installer\\Components\\841D7D937A947D641B95375D7377D30F"),
+                       Native("Classes\\Installer\\Components\\EA77853199E1AFF4B87708D83E6A7046")};
+  }
+  const auto install = [=](const Seeding& at) {
+    InstallModernOffice(officeVersion, at.programs + "\\Microsoft Office\\Office" + version, {"Word"});
+  };
+  return {"WW" + version, kGrammar, install, kept, {}, 1, "DetachOffice" + version};
 }
 
 }  // namespace
@@ -404,110 +315,80 @@ Member ModernWord(REGSAM view, int officeVersion) {
 // share, and the Installer's component data and qualified components, which
 // are the 64-bit view's for every program.
 TEST(RegistryViews, ThirtyTwoBitHostsAreAttachedInThe32BitView) {
-  const Keys excel97 = Registered(Wow, "EXCEL\\8.0", "Spelling");
-  const Keys word2000 = Registered(Wow, "WINWORD\\9.0", "Spelling");
-  const Keys frontPage2000 = Registered(Wow, "FRONTPG\\4.0", "Spelling") +
-                             Keys{Wow(Record("FRONTPG\\4.0")), Component(kSpellerEngine), Component(kSpellerLexicon)};
-  const Keys works = Registered(Wow, "MSWORKS\\4.0", "Spelling");
-  const Keys editor = {Wow(Record("KVILEDITOR\\8.0")), Wow(Record("KVILEDITOR\\8.0\\Grammar\\1049"))};
-  const Keys agent = {Wow(Record("KVLAGENT\\8.0\\Spelling\\1049"))};  // its options too
-  const Keys inDesign = {Wow(Record("INDESIGN\\8.0")), Wow(Record("INDESIGN\\8.0\\Spelling")),
-                         Wow(Record("INDESIGN\\8.0\\Spelling\\1049"))};
-  const Keys corel = {Wow(Record("CORELDRW\\6.0\\Spelling\\1049"))};
-  const Keys quark = {Wow(Record("QuarkXPress\\6.0\\Spelling\\1049"))};
-  const Keys libreOffice = {Wow(Record("SOFFICE\\4.1")), Wow(Record("SOFFICE\\4.1\\Spelling\\1049"))};
-  const Keys explorer = Registered(Wow, "IEXPLORE\\7.0", "Spelling");
-  const Keys theBat = Registered(Wow, "THEBAT\\6.0", "Spelling") + Keys{Wow(Record("THEBAT\\6.0"))};
-  const Keys outlookExpress = Registered(Wow, "MSIMN\\4.72", "Spelling") + Keys{Wow(Record("MSIMN\\4.72"))};
-  const std::vector<Member> members = {
-      {"EX80", kSpeller,
-       [](const std::string& programs, const InstalledProduct&) {
-         InstallExcel97(programs + "\\Microsoft Office\\Office", 2057);
-       },
-       Typical(excel97 + Keys{User("Microsoft\\Office\\8.0\\Excel\\Spell Checker"),
-                              Wow("Microsoft\\Office\\8.0\\New User Settings\\Excel\\Spell Checker")},
-               excel97)},
-      // The Installer's components point at the product until RegisterOffice90
-      // gives them their own files back.
+  const Member members[] = {
+      {"EX80", kSpeller, [](const Seeding& at) { InstallExcel97(at.programs + "\\Microsoft Office\\Office", 2057); },
+       Registered(Wow, "EXCEL\\8.0", "Spelling"),
+       {User("Microsoft\\Office\\8.0\\Excel\\Spell Checker"),
+        Wow("Microsoft\\Office\\8.0\\New User Settings\\Excel\\Spell Checker")}},
+      // The Installer's components, the local system's, point at the product
+      // until RegisterOffice90 gives them their own files back.
       {"WW90", kSpeller,
-       [](const std::string& programs, const InstalledProduct&) {
-         InstallOfficeApplication(9, "Word", programs + "\\Microsoft Office\\Office");
-         RegisterOffice2000RussianSpeller(programs + "\\Common Files\\Microsoft Shared\\Proof");
+       [](const Seeding& at) {
+         InstallOfficeApplication(9, "Word", at.programs + "\\Microsoft Office\\Office");
+         RegisterOffice2000RussianSpeller(at.programs + "\\Common Files\\Microsoft Shared\\Proof");
        },
-       {Ask("Exist", 1), Ask("Avail", 1),
-        Change("Attach", 1,
-               word2000 + Keys{LocalSystemComponent(kSpellerEngine), LocalSystemComponent(kSpellerLexicon)}),
-        Ask("Check", 1), Ask("Detach", 1), Change("RegisterOffice90", 1, word2000)}},
+       Registered(Wow, "WINWORD\\9.0", "Spelling"),
+       {"HKLM\\" + std::string(kLocalSystemComponents) + "\\" + kRussianSpellerEngineComponent,
+        "HKLM\\" + std::string(kLocalSystemComponents) + "\\" + kRussianSpellerLexiconComponent},
+       1, "RegisterOffice90"},
       // No Installer data on this machine: the components go under the
       // Installer's plain key, in its view.
       {"FPAGE2000", kSpeller,
-       [](const std::string& programs, const InstalledProduct&) {
-         InstallFrontPage2000(programs + "\\Microsoft Office\\Office", 1033);
-       },
-       Typical(frontPage2000 + Keys{User("Microsoft\\FrontPage")}, frontPage2000)},
+       [](const Seeding& at) { InstallFrontPage2000(at.programs + "\\Microsoft Office\\Office", 1033); },
+       Registered(Wow, "FRONTPG\\4.0", "Spelling") +
+           Keys{Wow(Record("FRONTPG\\4.0")), Component(kRussianSpellerEngineComponent),
+                Component(kRussianSpellerLexiconComponent)},
+       {User("Microsoft\\FrontPage")}},
       {"WK40", kSpeller,
-       [](const std::string&, const InstalledProduct&) {
+       [](const Seeding&) {
          constexpr char list[] = "SOFTWARE\\Microsoft\\Works\\4.0\\MS Proofing Tools";
          WriteText(HKEY_LOCAL_MACHINE, list, "SpellDict1", "English (United Kingdom):Spelling 2057,0");
          WriteText(HKEY_CURRENT_USER, list, "SpellDefault", "Spelling 2057,0");
        },
-       Typical(works + Keys{Wow("Microsoft\\Works\\4.0\\MS Proofing Tools"),
-                            User("Microsoft\\Works\\4.0\\MS Proofing Tools")},
-               works)},
+       Registered(Wow, "MSWORKS\\4.0", "Spelling"),
+       {Wow("Microsoft\\Works\\4.0\\MS Proofing Tools"), User("Microsoft\\Works\\4.0\\MS Proofing Tools")}},
       ModernWord(kView32, 14),
-      {"Editor", kGrammar, [](const std::string&, const InstalledProduct&) {}, Typical(editor, editor)},
-      {"AGENT", kSpeller,
-       [](const std::string&, const InstalledProduct& product) {
-         for (const char* file : {"kvlagent.exe", "kvilhook.dll", "kvilxsp3.dll"}) {
-           WriteFile(product.StartupDir(1049) + "\\" + file, file);
-         }
-         CreateShortcut(product.options.menuDir + "\\Kvil Agent.lnk", product.options.productDir + "\\kvlagent.exe");
-       },
-       Typical(agent, agent)},
+      {"Editor", kGrammar, [](const Seeding&) {},
+       {Wow(Record("KVILEDITOR\\8.0")), Wow(Record("KVILEDITOR\\8.0\\Grammar\\1049"))}},
       // Found through App Paths, which both views share; it answers 0 by design.
       {"InDesign8", kSpeller,
-       [](const std::string& programs, const InstalledProduct& product) {
-         WriteProductPlugins(product.options.productDir);
-         InstallAdobeApplication(AdobeApplication::kInDesign, programs + "\\Adobe\\Adobe InDesign CS6", 8, 0);
+       [](const Seeding& at) {
+         WriteProductPlugins(at.product.options.productDir);
+         InstallAdobeApplication(AdobeApplication::kInDesign, at.programs + "\\Adobe\\Adobe InDesign CS6", 8, 0);
        },
-       Typical(inDesign, inDesign, 0)},
+       {Wow(Record("INDESIGN\\8.0")), Wow(Record("INDESIGN\\8.0\\Spelling")),
+        Wow(Record("INDESIGN\\8.0\\Spelling\\1049"))},
+       {}, 0},
       {"CDRW60", kSpeller,
-       [](const std::string& programs, const InstalledProduct& product) {
-         WriteReplacementModules(product.StartupDir(1049));
-         InstallCorelDraw6(programs + "\\Corel\\Config", "..\\Programs", programs + "\\Corel\\Programs");
+       [](const Seeding& at) {
+         WriteReplacementModules(at.product.StartupDir(1049));
+         InstallCorelDraw6(at.programs + "\\Corel\\Config", "..\\Programs", at.programs + "\\Corel\\Programs");
        },
-       Typical(corel, corel)},
+       {Wow(Record("CORELDRW\\6.0\\Spelling\\1049"))}},
       // QuarkXPress 6 is where the Installer registered it, in the 64-bit view.
       {"QXS40", kSpeller,
-       [](const std::string& programs, const InstalledProduct& product) {
-         InstallProductXTensions(product.StartupDir(1049));
-         InstallQuarkXPress({.folder = programs + "\\QuarkXPress 6", .major = 6, .minor = 0});
+       [](const Seeding& at) {
+         InstallProductXTensions(at.product.StartupDir(1049));
+         InstallQuarkXPress({.folder = at.programs + "\\QuarkXPress 6", .major = 6, .minor = 0});
        },
-       Typical(quark, quark)},
+       {Wow(Record("QuarkXPress\\6.0\\Spelling\\1049"))}},
       {"LibreOffice4", kSpeller,
-       [](const std::string& programs, const InstalledProduct& product) {
-         WriteProductExtension(product.options.productDir);
-         InstallOfficeSuite(SuiteFamily::kLibreOffice, "4.1.0", programs + "\\LibreOffice 4");
+       [](const Seeding& at) {
+         WriteProductExtension(at.product.options.productDir);
+         InstallOfficeSuite(SuiteFamily::kLibreOffice, "4.1.0", at.programs + "\\LibreOffice 4");
        },
-       Typical(libreOffice, libreOffice)},
+       {Wow(Record("SOFFICE\\4.1")), Wow(Record("SOFFICE\\4.1\\Spelling\\1049"))}},
       // Found through its automation server in the 32-bit classes.
       {"IE70", kSpeller,
-       [](const std::string& programs, const InstalledProduct& product) {
-         WriteBrowserProductFiles(product.options.productDir);
-         InstallInternetExplorer7(programs + "\\Internet Explorer 7\\iexplore.exe");
+       [](const Seeding& at) {
+         WriteBrowserProductFiles(at.product.options.productDir);
+         InstallInternetExplorer7(at.programs + "\\Internet Explorer 7\\iexplore.exe");
        },
-       Typical(explorer + Keys{User("Microsoft\\Internet Explorer\\MenuExt\\&KVIL SpellCheck")}, explorer)},
-      {"TheBat50", kSpeller,
-       [](const std::string& programs, const InstalledProduct&) { InstallTheBat(programs + "\\The Bat!\\thebat.exe"); },
-       Typical(theBat, theBat)},
-      {"OUTL_EXPR", kSpeller,
-       [](const std::string& programs, const InstalledProduct&) {
-         InstallOutlookExpress4(programs + "\\Outlook Express");
-       },
-       Typical(outlookExpress, outlookExpress)},
-      // Named, but never found or changed.
-      {"WP80", kSpeller, [](const std::string&, const InstalledProduct&) {},
-       {Ask("Exist", 0), Change("Attach", 0, {}), Change("Detach", 1, {})}},
+       Registered(Wow, "IEXPLORE\\7.0", "Spelling"), {User("Microsoft\\Internet Explorer\\MenuExt\\&KVIL SpellCheck")}},
+      {"TheBat50", kSpeller, [](const Seeding& at) { InstallTheBat(at.programs + "\\The Bat!\\thebat.exe"); },
+       Registered(Wow, "THEBAT\\6.0", "Spelling") + Keys{Wow(Record("THEBAT\\6.0"))}},
+      {"OUTL_EXPR", kSpeller, [](const Seeding& at) { InstallOutlookExpress4(at.programs + "\\Outlook Express"); },
+       Registered(Wow, "MSIMN\\4.72", "Spelling") + Keys{Wow(Record("MSIMN\\4.72"))}},
   };
   for (const Member& member : members) RunMember(member, kView32);
 }
@@ -520,84 +401,63 @@ TEST(RegistryViews, ProductFor64BitHostsAttaches64BitOfficeInThe64BitView) {
 
 // "Installing" is looked up in the 32-bit view first and the first value found
 // decides, of whatever type; only the DWORD 64 means the 64-bit view. A host
-// whose keys are only in the other view is not there. Each case ends with the
-// speller's registered engine, or none.
+// whose keys are only in the other view is not there.
 TEST(RegistryViews, BadInputFollowsTheFirstInstallingValueAndNeverCrossesViews) {
-  const std::vector<Step> attach32 = {Ask("Exist", 1), Ask("Avail", 1),
-                                      Change("Attach", 1, Registered(Wow, "WINWORD\\8.0", "Spelling"))};
-  const std::vector<Step> attach64 = {Ask("Exist", 1), Ask("Avail", 1),
-                                      Change("Attach", 1, Registered(Native, "WINWORD\\8.0", "Spelling"))};
-  const std::vector<Step> noStartupFolder = {Ask("Exist", 1), Ask("Avail", 0), Change("Attach", 0, {})};
-  const std::vector<Step> notFound = {Ask("Exist", 0), Ask("Avail", 0)};
-  const std::string engine32 = std::string(kPrograms32) + "\\Kvil\\kvilsp3.dll";
-  const std::string engine64 = std::string(kPrograms64) + "\\Kvil\\kvilsp3.dll";
-  // Installs Word 97 and the product in their views, "Installing" as given in each.
-  auto word97 = [](REGSAM view, std::optional<RegValue> installing32, std::optional<RegValue> installing64) {
-    return [=] {
-      if (installing32) SetInstalling(kView32, *installing32);
-      if (installing64) SetInstalling(kView64, *installing64);
-      InstallWord97In(view);
-      return InstallKvil(view);
-    };
+  const auto attached = [](View in) {
+    return std::vector<Step>{{"Exist", 1}, {"Avail", 1}, {"Attach", 1, Registered(in, "WINWORD\\8.0", "Spelling")}};
   };
-  struct BadInput {
-    const char* what;
-    std::function<InstalledProduct()> install;
+  const std::vector<Step> noStartupFolder = {{"Exist", 1}, {"Avail", 0}, {"Attach", 0, Keys{}}};
+  const std::vector<Step> notFound = {{"Exist", 0}, {"Avail", 0}};
+  using Host = void (*)(const std::string& programs);
+  const Host word97 = [](const std::string& programs) { InstallWord97(programs + "\\Microsoft Office\\Office"); };
+  const Host word2010 = [](const std::string& programs) {
+    InstallModernOffice(14, programs + "\\Microsoft Office\\Office14", {"Word"});
+  };
+  const RegValue dword64 = DwordValue(64);
+  // "Installing" as given in each view, then the host (Internet Explorer: Wine's
+  // own 64-bit automation server, 9.0) by a setup of one view, then the product
+  // by one of another.
+  const struct {
+    std::optional<RegValue> installing32, installing64;
+    Host host;
+    REGSAM hostView, productView;
     const char* suffix;
     std::vector<Step> steps;
-    std::string engine;
+    std::string startupDirExpandText = {};
+  } cases[] = {
+      // The first value found decides, of whatever type and value.
+      {SzValue("64", true), dword64, word97, kView32, kView32, "WW80", attached(Wow)},
+      {RegValue{REG_QWORD, {64, 0, 0, 0, 0, 0, 0, 0}}, dword64, word97, kView32, kView32, "WW80", attached(Wow)},
+      {DwordValue(1), dword64, word97, kView32, kView32, "WW80", attached(Wow)},
+      {dword64, DwordValue(1), word97, kView64, kView64, "WW80", attached(Native)},
+      {std::nullopt, dword64, word97, kView64, kView64, "WW80", attached(Native)},
+      // The product's keys in the view "Installing" does not name: no product.
+      {std::nullopt, dword64, word97, kView64, kView32, "WW80", noStartupFolder},
+      // "C:\Program Files (x86)\" and 240 characters are past 260, where the
+      // 64-bit view's "C:\Program Files\" would not be: no start-up folder.
+      {std::nullopt, std::nullopt, word97, kView32, kView32, "WW80", noStartupFolder,
+       "%ProgramFiles%\\" + std::string(240, 'k')},
+      // The host's keys in the other view than the product's only: not found.
+      {std::nullopt, std::nullopt, word2010, kView64, kView32, "WW14", notFound},
+      {std::nullopt, dword64, word2010, kView32, kView64, "WW14", notFound},
+      {std::nullopt, std::nullopt, nullptr, kView64, kView32, "IE70", notFound},
+      // In the product's view: found.
+      {std::nullopt, dword64, nullptr, kView64, kView64, "IE70", {{"Exist", 1}, {"Avail", 1}}},
   };
-  const std::vector<BadInput> cases = {
-      {"REG_SZ \"64\" in the 32-bit view, DWORD 64 in the 64-bit view: the 32-bit view",
-       word97(kView32, SzValue("64", true), DwordValue(64)), "WW80", attach32, engine32},
-      {"REG_QWORD 64 in the 32-bit view, DWORD 64 in the 64-bit view: the 32-bit view",
-       word97(kView32, RegValue{REG_QWORD, {64, 0, 0, 0, 0, 0, 0, 0}}, DwordValue(64)), "WW80", attach32, engine32},
-      {"DWORD 1 in the 32-bit view, DWORD 64 in the 64-bit view: the 32-bit view",
-       word97(kView32, DwordValue(1), DwordValue(64)), "WW80", attach32, engine32},
-      {"DWORD 64 in the 32-bit view, DWORD 1 in the 64-bit view: the 64-bit view",
-       word97(kView64, DwordValue(64), DwordValue(1)), "WW80", attach64, engine64},
-      {"DWORD 64 in the 64-bit view only: the 64-bit view", word97(kView64, std::nullopt, DwordValue(64)), "WW80",
-       attach64, engine64},
-      {"DWORD 64 in the 64-bit view, the product's keys in the 32-bit view: no product",
-       [] {
-         SetInstalling(kView64, DwordValue(64));
-         InstallWord97In(kView64);
-         return InstallKvil(kView32);
-       },
-       "WW80", noStartupFolder, ""},
-      {"a 32-bit product, Word 2010's install root in the 64-bit view only: not found",
-       [] {
-         InstallWord2010In(kView64);
-         return InstallKvil(kView32);
-       },
-       "WW14", notFound, ""},
-      {"a product for 64-bit hosts, Word 2010's install root in the 32-bit view only: not found",
-       [] {
-         InstallWord2010In(kView32);
-         return InstallKvil(kView64, true);
-       },
-       "WW14", notFound, ""},
-      // Wine registers its own 64-bit Internet Explorer (9.0) automation server.
-      {"a 32-bit product, Internet Explorer's server in the 64-bit classes only: not found",
-       [] { return InstallKvil(kView32); }, "IE70", notFound, ""},
-      {"a product for 64-bit hosts, Internet Explorer's server in the 64-bit classes: found",
-       [] { return InstallKvil(kView64, true); }, "IE70", {Ask("Exist", 1), Ask("Avail", 1)}, ""},
-      {"\"Kvil startup dir\" expanding past 260 characters: no start-up folder",
-       [] {
-         InstallWord97In(kView32);
-         return InstallKvil(kView32, false, "%ProgramFiles%\\" + std::string(240, 'k'));
-       },
-       "WW80", noStartupFolder, ""},
-      {"\"%ProgramFiles%\\Kvil\" of a 32-bit product: the (x86) folder",
-       [] {
-         InstallWord97In(kView32);
-         return InstallKvil(kView32, false, "%ProgramFiles%\\Kvil");
-       },
-       "WW80", attach32, engine32},
-  };
-  for (const BadInput& bad : cases) {
-    SCOPED_TRACE(bad.what);
-    RunCase(bad.install, bad.suffix, kSpeller, bad.steps, [&] { EXPECT_EQ(RegisteredSpeller(), bad.engine); });
+  for (const auto& bad : cases) {
+    SCOPED_TRACE(::testing::Message() << "case " << &bad - cases << ", " << bad.suffix);
+    const auto install = [&] {
+      for (const auto& [view, value] : {std::pair(kView32, bad.installing32), std::pair(kView64, bad.installing64)}) {
+        const ProgramsView in(view);
+        if (value) WriteRaw(HKEY_LOCAL_MACHINE, "Software\\Tervane", "Installing", value->type, value->bytes);
+      }
+      if (bad.host) {
+        const ProgramsView in(bad.hostView);
+        bad.host(ProgramsOf(bad.hostView));
+      }
+      return InstallKvil(bad.productView, false, bad.startupDirExpandText);
+    };
+    RunCase(install, bad.suffix, kSpeller, bad.steps);
   }
 }
 
