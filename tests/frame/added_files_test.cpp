@@ -100,10 +100,8 @@ TEST_F(AddedFiles, SaveThatCannotWriteLeavesEverythingAsItWas) {
 using AddedFilesExports = LibraryTest;
 
 TEST_F(AddedFilesExports, AnnouncedFilesAreSavedOnce) {
-  auto add = reinterpret_cast<void (*)(const char*)>(dll().Find("extAddFilePath"));
-  auto save = reinterpret_cast<void (*)(const char*)>(dll().Find("extSaveToXml"));
-  ASSERT_NE(add, nullptr);
-  ASSERT_NE(save, nullptr);
+  const auto add = dll().Export<void (*)(const char*)>("extAddFilePath");
+  const auto save = dll().Export<void (*)(const char*)>("extSaveToXml");
   const std::string second = folder().Join("second");
   CreateFolder(second);
   add("C:\\Tools\\a.dll");

@@ -59,8 +59,7 @@ TEST_F(Exports, InfoNamesTheUnknownHostAndTheEditor) {
 // The setter is kept for the setup tool, but the product's version comes from its installation.
 TEST_F(Exports, SetKvilVersionDoesNotChangeTheProductVersionUsed) {
   InstallDefaultProduct();
-  auto setVersion = reinterpret_cast<void (*)(std::int32_t)>(dll().Find("SetKvilVersion"));
-  ASSERT_NE(setVersion, nullptr);
+  const auto setVersion = dll().Export<void (*)(std::int32_t)>("SetKvilVersion");
   setVersion(9);
   setVersion(0);
   EXPECT_EQ(dll().Call("Attach", "Unknown", 0, 1049), 1u);

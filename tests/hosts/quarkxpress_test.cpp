@@ -16,7 +16,6 @@ namespace kvil::test {
 namespace {
 
 using Files = std::map<std::string, std::string>;
-constexpr HostResult kNA = kNotApplicable;
 
 class Quark : public NonOfficeHostTest {
  protected:

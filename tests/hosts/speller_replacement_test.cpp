@@ -12,7 +12,6 @@
 namespace kvil::test {
 namespace {
 
-constexpr HostResult kNA = kNotApplicable;
 
 // One member as the tests install it below the scratch folder.
 struct Member {

@@ -21,11 +21,8 @@ class TheBat : public NonOfficeHostTest {
     client_ = folder().Join("The Bat!");
     program_ = client_ + "\\thebat.exe";
   }
-  // GetTheBatFullExePath's answer and its buffer of capacity bytes, filled with 'g' before.
   std::pair<HostResult, std::string> FullExePath(std::int32_t capacity) const {
-    std::string buffer(capacity, 'g');
-    const auto entry = reinterpret_cast<TheBatFullExePathExport>(dll().Find("GetTheBatFullExePath"));
-    return {entry(buffer.data(), capacity), buffer};
+    return NonOfficeHostTest::FullExePath("GetTheBatFullExePath", capacity);
   }
   std::string client_;
   std::string program_;
