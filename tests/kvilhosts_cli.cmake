@@ -20,60 +20,18 @@ foreach(required CASE TOOL EMULATOR)
   endif()
 endforeach()
 
-# Runs a Windows program; sets exit_code, stdout and stderr (with Windows line
-# ends folded) in the caller. The output goes through files: a wineserver that
-# the run starts, and the services it starts, inherit the run's handles and
-# would hold a pipe open for seconds after the program has ended.
-function(run_program)
-  file(MAKE_DIRECTORY "${WORK_DIR}")
-  execute_process(COMMAND ${EMULATOR} ${ARGN} RESULT_VARIABLE code
-                  OUTPUT_FILE "${WORK_DIR}/${CASE}.out" ERROR_FILE "${WORK_DIR}/${CASE}.err")
-  file(READ "${WORK_DIR}/${CASE}.out" out)
-  file(READ "${WORK_DIR}/${CASE}.err" err)
-  string(REPLACE "\r\n" "\n" out "${out}")
-  string(REPLACE "\r\n" "\n" err "${err}")
-  set(exit_code "${code}" PARENT_SCOPE)
-  set(stdout "${out}" PARENT_SCOPE)
-  set(stderr "${err}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/support/wine_program.cmake)
 
 macro(run_tool)
   run_program(${TOOL} ${ARGN})
 endmacro()
 
-function(fail what)
-  message(FATAL_ERROR "${CASE}: ${what}\n--- exit ${exit_code}\n--- stdout\n${stdout}\n--- stderr\n${stderr}")
-endfunction()
-
-function(expect_exit expected)
-  if(NOT exit_code STREQUAL "${expected}")
-    fail("exit status ${exit_code}, expected ${expected}")
-  endif()
-endfunction()
-
-function(expect_text stream expected)
-  if(NOT "${${stream}}" STREQUAL "${expected}")
-    fail("${stream} differs from:\n${expected}")
-  endif()
-endfunction()
-
 # The demo machine of a journal or round-trip case, a prefix that every later
 # run of the case uses.
 set(prefix "${WORK_DIR}/${CASE}-prefix")
 
-function(remove_prefix)
-  if(EXISTS "${prefix}")
-    foreach(option -k -w)
-      execute_process(COMMAND ${CMAKE_COMMAND} -E env WINEPREFIX=${prefix} ${WINESERVER} ${option}
-                      OUTPUT_QUIET ERROR_QUIET)
-    endforeach()
-  endif()
-  file(REMOVE_RECURSE "${prefix}")
-  file(REMOVE "${prefix}.lock")
-endfunction()
-
 macro(seed_demo_machine)
-  remove_prefix()
+  remove_wine_prefix("${prefix}")
   set(ENV{KVIL_WINEPREFIX} "${prefix}")
   run_program(${DEMO} seed)
   expect_exit(0)
@@ -223,7 +181,7 @@ elseif(CASE STREQUAL "list_json")
 
   # A product installed for 64-bit hosts: "Installing" = 64, as its 64-bit
   # setup writes it in the 64-bit view, and nothing in the 32-bit view.
-  remove_prefix()
+  remove_wine_prefix("${prefix}")
   set(ENV{KVIL_WINEPREFIX} "${prefix}")
   run_program(reg add [[HKLM\Software\Tervane]] /v Installing /t REG_DWORD /d 64 /reg:64)
   expect_exit(0)
@@ -236,7 +194,7 @@ elseif(CASE STREQUAL "list_json")
   if(NOT stdout MATCHES "^registry view: 64-bit \\(product installed for 64-bit hosts\\)\nsuffix ")
     fail("the table does not start with the 64-bit view")
   endif()
-  remove_prefix()
+  remove_wine_prefix("${prefix}")
 
 elseif(CASE STREQUAL "journal_usage")
   # The journal and the round trip refuse bad input before the library is
@@ -339,7 +297,7 @@ set @record@ "Supplement dictionaries" REG_SZ: (none) -> "Normal"
       expect_exit(0)
     endif()
   endforeach()
-  remove_prefix()
+  remove_wine_prefix("${prefix}")
 
 elseif(CASE STREQUAL "roundtrip_demo_hosts")
   seed_demo_machine()
@@ -371,7 +329,7 @@ elseif(CASE STREQUAL "roundtrip_demo_hosts")
   expect_line([[unexpected: C:\\Corel60\\Programs\\cdrtpr60\.dll: file of [0-9]+ bytes -> file of 5 bytes]] REGEX)
   expect_line([[unexpected: C:\Corel60\Programs\cdrtpr60.org: file of 5 bytes -> (none)]])
   expect_line("2 differences after detach: 0 documented, 2 unexpected")
-  remove_prefix()
+  remove_wine_prefix("${prefix}")
 
 else()
   message(FATAL_ERROR "unknown case '${CASE}'")
