@@ -49,15 +49,6 @@ TEST_F(AttachmentRecords, OriginalLanguageIsTheFirstEnglishRegistrationWithItsFi
   EXPECT_EQ(FindOriginalLID(4, 1, 2), 0);
 }
 
-TEST_F(AttachmentRecords, RemoveStrictYOAlwaysSucceeds) {
-  const std::string key = Record("WINWORD", "Spelling", 1049);
-  WriteDword(HKEY_LOCAL_MACHINE, key, "StrictYO", 1);
-  WriteDword(HKEY_LOCAL_MACHINE, key, "Learning", 1);
-  for (int time = 0; time < 2; ++time) EXPECT_EQ(RemoveStrictYO(key.c_str()), 1);
-  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, key), (Values{{"Learning", "1"}}));
-  EXPECT_EQ(RemoveStrictYO((key + "\\Missing").c_str()), 1);
-}
-
 // The record keeps the list as a string with its terminator, as hosts read it.
 TEST_F(AttachmentRecords, SupplementListNamesTheFurtherDictionaries) {
   const std::string tree = product().productKey + "\\Proofing Tools\\Spelling\\1049";

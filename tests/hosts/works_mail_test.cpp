@@ -87,7 +87,6 @@ using WorksMail = OfficeFamilyTest;
 
 TEST_F(WorksMail, EveryMembersTypicalRequestRoundTripsItsLanguage) {
   const std::vector<TypicalCase> cases = TypicalCases();
-  for (const TypicalCase& c : cases) EXPECT_EQ(Call("Exist", c.suffix, c.kind), 0u) << c.suffix;
   for (const TypicalCase& c : cases) {
     SCOPED_TRACE(c.suffix);
     const std::string record = std::string(kProductRecords) + "\\" + c.record + "\\1049";
