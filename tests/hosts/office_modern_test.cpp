@@ -99,10 +99,11 @@ TEST_F(ModernOffice, EveryMembersTypicalRequest) {
       if (suffix == "OneNote12") continue;
       SCOPED_TRACE(suffix);
       const char* tool = request.kind == 1 ? "Grammar" : "Spelling";
+      const std::string host = std::string(request.applicationKey) + "\\" + v + ".0";
+      EXPECT_EQ(InfoList(suffix.c_str()), InfoListOf(host));
       // Outlook 2007 is found for the speller only, though it attaches the grammar checker.
       EXPECT_EQ(Call("Exist", suffix.c_str(), request.kind), suffix == "OUTL12" ? kNA : 1u);
       ASSERT_EQ(Call("Attach", suffix.c_str(), request.kind), request.attach);
-      const std::string host = std::string(request.applicationKey) + "\\" + v + ".0";
       EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, std::string(kProductRecords) + "\\" + host),
                 (Values{{"Path", "sz:" + OfficeFolder(version) + "\\" + request.applicationKey + ".exe"},
                         {"Name", std::string("sz:") + request.productName + " " + year}}));

@@ -93,6 +93,7 @@ TEST_F(WorksMail, EveryMembersTypicalRequestRoundTripsItsLanguage) {
     const std::string tool = std::string(c.record).substr(std::string(c.record).rfind('\\') + 1);
     c.install();
     EXPECT_EQ(Call("Exist", c.suffix, c.kind), 1u);
+    EXPECT_EQ(InfoList(c.suffix), InfoListOf(std::string(c.record).substr(0, std::string(c.record).rfind('\\'))));
     ASSERT_EQ(HostValues(c.hostKeys), c.installed);
 
     ASSERT_EQ(Call("Attach", c.suffix, c.kind), 1u);

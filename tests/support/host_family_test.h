@@ -52,6 +52,11 @@ class HostFamilyTest : public LibraryTest {
     if (dll().Info(suffix, 0, 1049, buffer, &length) != 1) return "Info failed";
     return std::string(buffer, length);
   }
+  // The Info list of a host filed as "<application key>\<version>".
+  static std::string InfoListOf(std::string filedAs) {
+    filedAs[filedAs.find('\\')] = '\0';
+    return filedAs + std::string(2, '\0');
+  }
   // An attachment record, "<products>\<application key>\<version>\<tool>\<lcid>".
   static std::string Record(const std::string& hostAndVersion, const std::string& tool, int lcid = 1049) {
     return std::string(kProductRecords) + "\\" + hostAndVersion + "\\" + tool + "\\" + std::to_string(lcid);
