@@ -1,45 +1,24 @@
 # Runs kvilbench.exe under Wine for one case and checks its exit status and its
 # output.
 #
-#   cmake -DCASE=<name> -DTOOL=<kvilbench.exe> -DWINE_RUN=<wine-run>
+#   cmake -DCASE=<name> -DTOOL=<kvilbench.exe> -DEMULATOR=<wine-run> -DWORK_DIR=<dir>
 #         [-DWINESERVER=<wineserver> -DPREFIX=<wine prefix>] -P kvilbench.cmake
 #
 # The run case seeds and attaches in the prefix PREFIX, made fresh for it and
 # deleted after it, whatever happened.
 
-foreach(required CASE TOOL WINE_RUN)
+foreach(required CASE TOOL EMULATOR WORK_DIR)
   if(NOT DEFINED ${required})
     message(FATAL_ERROR "define ${required}")
   endif()
 endforeach()
 
-# Sets exit_code, stdout and stderr (with Windows line ends folded) in the caller.
-function(run_tool)
-  execute_process(COMMAND ${WINE_RUN} ${TOOL} ${ARGN}
-                  RESULT_VARIABLE exit_code OUTPUT_VARIABLE out ERROR_VARIABLE err)
-  string(REPLACE "\r\n" "\n" out "${out}")
-  string(REPLACE "\r\n" "\n" err "${err}")
-  set(exit_code "${exit_code}" PARENT_SCOPE)
-  set(stdout "${out}" PARENT_SCOPE)
-  set(stderr "${err}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/support/wine_program.cmake)
 
-# The prefix's wineserver is stopped before its folder goes, so that no
-# registry flush lands in a deleted tree.
-function(remove_prefix)
-  if(PREFIX AND EXISTS "${PREFIX}")
-    execute_process(COMMAND ${CMAKE_COMMAND} -E env WINEPREFIX=${PREFIX} ${WINESERVER} -k OUTPUT_QUIET ERROR_QUIET)
-    execute_process(COMMAND ${CMAKE_COMMAND} -E env WINEPREFIX=${PREFIX} ${WINESERVER} -w OUTPUT_QUIET ERROR_QUIET)
-  endif()
+function(on_failure)
   if(PREFIX)
-    file(REMOVE_RECURSE "${PREFIX}")
-    file(REMOVE "${PREFIX}.lock")
+    remove_wine_prefix("${PREFIX}")
   endif()
-endfunction()
-
-function(fail what)
-  remove_prefix()
-  message(FATAL_ERROR "${CASE}: ${what}\n--- exit ${exit_code}\n--- stdout\n${stdout}\n--- stderr\n${stderr}")
 endfunction()
 
 # Usage errors: NAME|<case>|STDERR|<the one line>|ARGS|<arguments...>
@@ -54,13 +33,10 @@ foreach(row IN LISTS usage_cases)
   string(REPLACE "|" ";" row "${row}")
   cmake_parse_arguments(expected "" "NAME;STDERR" "ARGS" ${row})
   if(expected_NAME STREQUAL CASE)
-    run_tool(${expected_ARGS})
-    if(NOT exit_code STREQUAL "2")
-      fail("exit status ${exit_code}, expected 2")
-    endif()
-    if(NOT stdout STREQUAL "" OR NOT stderr STREQUAL "${expected_STDERR}")
-      fail("expected nothing on stdout and on stderr:\n${expected_STDERR}")
-    endif()
+    run_program(${TOOL} ${expected_ARGS})
+    expect_exit(2)
+    expect_text(stdout "")
+    expect_text(stderr "${expected_STDERR}")
     return()
   endif()
 endforeach()
@@ -75,12 +51,10 @@ foreach(required WINESERVER PREFIX)
 endforeach()
 
 # Two rounds: the second attaches every host again after the first detached it.
-remove_prefix()
+remove_wine_prefix("${PREFIX}")
 set(ENV{KVIL_WINEPREFIX} "${PREFIX}")
-run_tool(--rounds 2)
-if(NOT exit_code STREQUAL "0")
-  fail("exit status ${exit_code}, expected 0")
-endif()
+run_program(${TOOL} --rounds 2)
+expect_exit(0)
 foreach(line
     "reference read \\(open, query, close of one value\\): [0-9.]+ us\n"
     "\n  full survey +[0-9]+ read-equivalents \\(target 2000[^)]*\\)\n"
@@ -99,4 +73,4 @@ list(LENGTH attach_rows attach_row_count)
 if(NOT attach_row_count EQUAL suffix_count)
   fail("${attach_row_count} attach rows for ${suffix_count} suffixes")
 endif()
-remove_prefix()
+remove_wine_prefix("${PREFIX}")

@@ -8,22 +8,6 @@
 namespace kvil {
 namespace {
 
-TEST(ToolKeyName, NamesEachToolAndTheSharedTreeHyphenator) {
-  const struct {
-    int kind, generation;
-    const char* expected;  // null: no key word
-  } cases[] = {
-      {0, 1, "Spelling"},  {1, 1, "Grammar"},     {2, 1, "Thesaurus"}, {3, 1, "Hyphenate"},
-      {3, 0, "Hyphenate"}, {3, 2, "Hyphenation"}, {0, 2, "Spelling"},  {4, 2, nullptr},
-      {-1, 1, nullptr},
-  };
-  for (const auto& c : cases) {
-    const char* word = ToolKeyName(c.kind, c.generation);
-    EXPECT_EQ(std::string(word != nullptr ? word : "(none)"), c.expected != nullptr ? c.expected : "(none)")
-        << "kind " << c.kind << " generation " << c.generation;
-  }
-}
-
 TEST(LanguageCode, KnowsTheProductsLanguagesOnly) {
   const std::pair<int, const char*> cases[] = {
       {1049, "RU"}, {1058, "UR"}, {1033, "EN"}, {2057, "EN"}, {3081, "EN"}, {1031, "DE"}, {1034, "SP"},

@@ -58,13 +58,8 @@ TEST_F(RegistryPrimitives, NewKeysGetACopyOfTheNearestAncestorsDacl) {
   EXPECT_EQ(InheritedKeySecurity(HKEY_LOCAL_MACHINE, "Nowhere\\At\\All").Dacl(), nullptr);
 }
 
-TEST_F(RegistryPrimitives, SetValueCreatesEveryMissingLevel) {
-  DWORD value = 7;
-  EXPECT_EQ(RegSetValueOpen(HKEY_LOCAL_MACHINE, "SOFTWARE\\Base\\A\\B\\C", "Attached", REG_DWORD, &value, sizeof value),
-            ERROR_SUCCESS);
-  EXPECT_EQ(ReadDword(HKEY_LOCAL_MACHINE, "SOFTWARE\\Base\\A\\B\\C", "Attached"), 7u);
-  EXPECT_EQ(RegSetValueOpenPlain(HKEY_CURRENT_USER, "Software\\Plain", "Name", REG_SZ, "x", 2), ERROR_SUCCESS);
-  EXPECT_EQ(ReadValue(HKEY_CURRENT_USER, "Software\\Plain", "Name"), SzValue("x", true));
+// The application record's text is stored with its terminator, as hosts read it.
+TEST_F(RegistryPrimitives, SetStringKeepsTheTerminator) {
   EXPECT_EQ(RegSetString("SOFTWARE\\Tervane\\Kvil\\8.0\\Products\\KVILEDITOR\\8.0", "Name", "Kvil Editor"), 1);
   EXPECT_EQ(ReadValue(HKEY_LOCAL_MACHINE, "SOFTWARE\\Tervane\\Kvil\\8.0\\Products\\KVILEDITOR\\8.0", "Name"),
             SzValue("Kvil Editor", true));

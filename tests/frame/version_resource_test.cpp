@@ -44,56 +44,45 @@ std::string CompanyName(std::vector<BYTE> block) {
   return static_cast<const char*>(text);
 }
 
-struct VersionCase {
-  const char* file;
-  enum class Kind { kVersioned, kUnversioned, kText, kFolder, kMissing } kind;
-  const char* expectedVersion;
-  const char* expectedCompany;
-};
+// The library's block for the file, read by the ANSI and the wide name alike.
+std::vector<BYTE> ReadBothWidths(const std::string& path) {
+  std::vector<BYTE> block{1, 2, 3};
+  const bool found = ReadVersionBlock(path.c_str(), block);
+  EXPECT_EQ(found, !block.empty());
+  std::vector<BYTE> wideBlock;
+  EXPECT_EQ(ReadVersionBlock(std::wstring(path.begin(), path.end()).c_str(), wideBlock), found);
+  EXPECT_EQ(wideBlock, block);
+  return block;
+}
+
+void WriteEngine(const std::string& path) { WriteVersionedModule(path, ProductEngine()); }
 
 // Wine hands out its own Internet Explorer, version 9.0, for any program named
 // iexplore.exe that is loaded as an image resource; the system's reader does
 // so, and the library's reading must too.
 TEST_F(VersionBlock, OneLoadGivesTheSystemReadersBlock) {
-  const VersionCase cases[] = {
-      {"kvilsp3.dll", VersionCase::Kind::kVersioned, "8.0", "Tervane"},
-      {"WINWORD.EXE", VersionCase::Kind::kVersioned, "8.0", "Tervane"},
-      {"iexplore.exe", VersionCase::Kind::kVersioned, "9.0", "Microsoft Corporation"},
-      {"plain.dll", VersionCase::Kind::kUnversioned, "none", "none"},
-      {"SPRUNORM.LEX", VersionCase::Kind::kText, "none", "none"},
-      {"Proof", VersionCase::Kind::kFolder, "none", "none"},
-      {"missing.dll", VersionCase::Kind::kMissing, "none", "none"},
+  const struct {
+    const char* file;
+    void (*write)(const std::string& path);
+    const char* expectedVersion;
+    const char* expectedCompany;
+  } cases[] = {
+      {"kvilsp3.dll", WriteEngine, "8.0", "Tervane"},
+      {"WINWORD.EXE", WriteEngine, "8.0", "Tervane"},
+      {"iexplore.exe", WriteEngine, "9.0", "Microsoft Corporation"},
+      {"plain.dll", [](const std::string& path) { WriteUnversionedModule(path); }, "none", "none"},
+      {"SPRUNORM.LEX", [](const std::string& path) { WriteFile(path, "lexicon"); }, "none", "none"},
+      {"Proof", [](const std::string& path) { CreateFolder(path); }, "none", "none"},
+      {"missing.dll", [](const std::string&) {}, "none", "none"},
   };
-  for (const VersionCase& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.file);
     const std::string path = folder().Join(c.file);
-    switch (c.kind) {
-      case VersionCase::Kind::kVersioned:
-        WriteVersionedModule(path, ProductEngine());
-        break;
-      case VersionCase::Kind::kUnversioned:
-        WriteUnversionedModule(path);
-        break;
-      case VersionCase::Kind::kText:
-        WriteFile(path, "lexicon");
-        break;
-      case VersionCase::Kind::kFolder:
-        CreateFolder(path);
-        break;
-      case VersionCase::Kind::kMissing:
-        break;
-    }
-    std::vector<BYTE> block{1, 2, 3};
-    const bool found = ReadVersionBlock(path.c_str(), block);
+    c.write(path);
+    const std::vector<BYTE> block = ReadBothWidths(path);
     EXPECT_EQ(block, SystemBlock(path));
-    EXPECT_EQ(found, !block.empty());
     EXPECT_EQ(FileVersion(block), c.expectedVersion);
     EXPECT_EQ(CompanyName(block), c.expectedCompany);
-
-    const std::wstring widePath(path.begin(), path.end());
-    std::vector<BYTE> wideBlock;
-    EXPECT_EQ(ReadVersionBlock(widePath.c_str(), wideBlock), found);
-    EXPECT_EQ(wideBlock, block);
   }
 }
 
@@ -132,8 +121,7 @@ TEST_F(VersionBlock, KeptBlockFollowsTheFileAtItsPath) {
   const std::string replacement = folder().Join("replacement.exe");
   WriteVersionedModule(replacement, HostProgram(9, 5));
   const ChangedFileCase cases[] = {
-      {"unchanged.dll", [](const std::string& path) { WriteVersionedModule(path, ProductEngine()); }, "8.0",
-       [](const std::string&) {}, "8.0"},
+      {"unchanged.dll", WriteEngine, "8.0", [](const std::string&) {}, "8.0"},
       // A copy keeps the file's identity under Wine and brings its source's
       // last write time; the old time set back leaves only the change time.
       {"WINWORD.EXE", [](const std::string& path) { WriteVersionedModule(path, HostProgram(9, 0)); }, "9.0",
@@ -148,32 +136,21 @@ TEST_F(VersionBlock, KeptBlockFollowsTheFileAtItsPath) {
        "9.5"},
       {"unversioned.dll", [](const std::string& path) { WriteUnversionedModule(path); }, "none",
        [](const std::string& path) { WriteVersionedModule(path, ProductHyphenator6()); }, "6.0"},
-      {"to_folder.dll", [](const std::string& path) { WriteVersionedModule(path, ProductEngine()); }, "8.0",
+      {"to_folder.dll", WriteEngine, "8.0",
        [](const std::string& path) {
          ASSERT_TRUE(DeleteFileA(path.c_str()));
          CreateFolder(path);
        },
        "none"},
-      {"deleted.dll", [](const std::string& path) { WriteVersionedModule(path, ProductEngine()); }, "8.0",
-       [](const std::string& path) { ASSERT_TRUE(DeleteFileA(path.c_str())); }, "none"},
+      {"deleted.dll", WriteEngine, "8.0", [](const std::string& path) { ASSERT_TRUE(DeleteFileA(path.c_str())); }, "none"},
   };
   auto settle = [] { Sleep(kVersionCacheSettleMilliseconds + 500); };
-  auto readBothWidths = [](const std::string& path) {
-    std::vector<BYTE> block{1, 2, 3};
-    const bool found = ReadVersionBlock(path.c_str(), block);
-    EXPECT_EQ(found, !block.empty());
-    std::vector<BYTE> wideBlock;
-    EXPECT_EQ(ReadVersionBlock(std::wstring(path.begin(), path.end()).c_str(), wideBlock), found);
-    EXPECT_EQ(wideBlock, block);
-    return block;
-  };
-
   for (const ChangedFileCase& c : cases) c.write(folder().Join(c.file));
   settle();
   std::vector<std::vector<BYTE>> firstBlocks;
   for (const ChangedFileCase& c : cases) {
     SCOPED_TRACE(c.file);
-    firstBlocks.push_back(readBothWidths(folder().Join(c.file)));
+    firstBlocks.push_back(ReadBothWidths(folder().Join(c.file)));
     EXPECT_EQ(FileVersion(firstBlocks.back()), c.versionBefore);
   }
   for (const ChangedFileCase& c : cases) {
@@ -188,7 +165,7 @@ TEST_F(VersionBlock, KeptBlockFollowsTheFileAtItsPath) {
       const ChangedFileCase& c = cases[index];
       SCOPED_TRACE(std::string(c.file) + ", " + pass);
       const std::string path = folder().Join(c.file);
-      const std::vector<BYTE> block = readBothWidths(path);
+      const std::vector<BYTE> block = ReadBothWidths(path);
       EXPECT_EQ(FileVersion(block), c.versionAfter);
       EXPECT_EQ(block, SystemBlock(path));
       if (c.versionAfter == std::string_view(c.versionBefore)) {

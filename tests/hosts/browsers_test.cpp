@@ -15,7 +15,6 @@
 namespace kvil::test {
 namespace {
 
-constexpr HostResult kNA = kNotApplicable;
 constexpr char kFirefoxOptions[] = "SOFTWARE\\Tervane\\Kvil\\9.0\\Products\\FIREFOX\\2.0\\Spelling";
 
 enum class Effect { kModule, kMenu, kSettings };
@@ -226,22 +225,15 @@ TEST_F(Browsers, InternetExplorerVersionsFindTheirProgramsTheirOwnWay) {
 }
 
 TEST_F(Browsers, GetIEFullExePathWritesTheProgramOnlyWhenItFits) {
-  auto getPath = reinterpret_cast<IeFullExePathExport>(dll().Find("GetIEFullExePath"));
-  ASSERT_NE(getPath, nullptr);
-  char buffer[300];
-  std::memset(buffer, 'g', sizeof buffer);
-  EXPECT_EQ(getPath(buffer, sizeof buffer), 0u);
+  const std::pair<HostResult, std::string> untouched{0u, std::string(300, 'g')};
+  EXPECT_EQ(FullExePath("GetIEFullExePath", 300), untouched);
   InstallInternetExplorer8(Browser("IE8"));
   const std::string program = Browser("IE8\\IEXPLORE.EXE");
-  const auto fits = static_cast<std::int32_t>(program.size() + 1);
-  EXPECT_EQ(getPath(buffer, fits - 1), 0u);
-  EXPECT_EQ(buffer[0], 'g');
-  EXPECT_EQ(getPath(buffer, fits), 1u);
-  EXPECT_EQ(std::string(buffer, program.size() + 2), program + std::string("\0g", 2));
+  const auto size = static_cast<std::int32_t>(program.size());
+  EXPECT_EQ(FullExePath("GetIEFullExePath", size), std::make_pair(0u, std::string(size, 'g')));
+  EXPECT_EQ(FullExePath("GetIEFullExePath", size + 2), std::make_pair(1u, program + '\0' + 'g'));
   WriteWideText(HKEY_LOCAL_MACHINE, kIeKey, "Version", L"9.0.8112.16421");
-  std::memset(buffer, 'g', sizeof buffer);
-  EXPECT_EQ(getPath(buffer, sizeof buffer), 0u);
-  EXPECT_EQ(buffer[0], 'g');
+  EXPECT_EQ(FullExePath("GetIEFullExePath", 300), untouched);
 }
 
 // Opera's folder comes from the user's registry: only an existing folder named in

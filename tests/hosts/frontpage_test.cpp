@@ -58,6 +58,7 @@ TEST_F(FrontPage, EveryMembersTypicalRequestRoundTripsItsLanguage) {
     EXPECT_EQ(Call("Exist", suffix, 0), 0u);
     member.install(office_);
     EXPECT_EQ(Call("Exist", suffix, 0), 1u);
+    EXPECT_EQ(InfoList(suffix), InfoListOf(member.host));
 
     ASSERT_EQ(Call("Attach", suffix, 0), 1u);
     EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Record(member.host, "Spelling")), SpellerRecord(1033));

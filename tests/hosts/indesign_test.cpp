@@ -13,7 +13,6 @@ namespace kvil::test {
 namespace {
 
 using Files = std::map<std::string, std::string>;
-constexpr HostResult kNA = kNotApplicable;
 constexpr AdobeApplication kInDesign = AdobeApplication::kInDesign;
 constexpr AdobeApplication kInCopy = AdobeApplication::kInCopy;
 
@@ -25,7 +24,7 @@ class Adobe : public NonOfficeHostTest {
     inDesign_ = folder().Join("InDesign");
     inCopy_ = folder().Join("InCopy");
   }
-  HostResult Remove(const char* name) const { return reinterpret_cast<HostResult (*)()>(dll().Find(name))(); }
+  HostResult Remove(const char* name) const { return dll().Export<HostResult (*)()>(name)(); }
   // The product's files or folders (with all in them) as FolderContents shows them copied into under.
   // A null name stands for nothing.
   Files Copied(std::initializer_list<const char*> names, const std::string& under = "Tervane") const {

@@ -1,4 +1,5 @@
-// Outlook Express, Windows Mail and Windows Live Mail through the DLL's exports.
+// Outlook Express, Windows Mail and Windows Live Mail through the DLL's exports,
+// and The Bat!'s typical request, which is theirs.
 
 #include <gtest/gtest.h>
 
@@ -20,6 +21,8 @@ struct Member {
   const char* program;
   const char* filedAs;    // application key and version
   const char* suiteName;  // null: no suite record
+  const char* infoVersion = nullptr;  // Info's, where it is not the record's
+  HostResult availOfOtherTools = 0;
 };
 
 const Member kMembers[] = {
@@ -27,6 +30,9 @@ const Member kMembers[] = {
     {"OUTL_EXPR5", InstallOutlookExpress5, {6, 0}, "msimn.exe", "MSIMN\\6.0", "Outlook Express"},
     {"WinMail7", InstallWindowsMail, {6, 0}, "winmail.exe", "WINMAIL\\6.0", "Windows Mail"},
     {"WLMail8", InstallWindowsLiveMail, {8, 0}, "wlmail.exe", "WLMAIL\\8.0", nullptr},
+    // The Bat! is filed under its program's name, and under 6.0 whatever its 6.x.
+    {"TheBat50", [](const std::string& folder, MailProgram v) { InstallTheBat(folder + "\\thebat.exe", v); }, {6, 2},
+     "thebat.exe", "THEBAT\\6.0", "The Bat!", "6.x", kNA},
 };
 
 class MailClients : public NonOfficeHostTest {};
@@ -39,15 +45,14 @@ TEST_P(MailClientTypicalRequest, AttachRegistersTheSpellerAndDetachClearsOnlyThe
   const std::string client = folder().Join("Mail");
   m.install(client, m.version);
   const Values installed = Machine();
-  std::string list = m.filedAs + std::string(2, '\0');
-  list[list.find('\\')] = '\0';
-  EXPECT_EQ(InfoList(m.suffix), list);
+  const std::string record = m.filedAs;
+  const std::string key = record.substr(0, record.find('\\'));
+  const std::string version = m.infoVersion != nullptr ? m.infoVersion : record.substr(key.size() + 1);
+  EXPECT_EQ(InfoList(m.suffix), key + '\0' + version + std::string(2, '\0'));
   EXPECT_EQ(Call("Exist", m.suffix, 0), 1u);
   EXPECT_EQ(Call("Avail", m.suffix, 0), 1u);
 
   ASSERT_EQ(Call("Attach", m.suffix, 0), 1u);
-  const std::string record = m.filedAs;
-  const std::string key = record.substr(0, record.find('\\'));
   Values products{{"", "key"}, {key, "key"}, {record, "key"}, {record + "\\Spelling", "key"},
                   {record + "\\Spelling\\1049", "key"}};
   for (const auto& [name, value] : kSpellerRecord) products[record + "\\Spelling\\1049:" + name] = value;
@@ -129,7 +134,8 @@ TEST_F(MailClients, OutlookExpress5HandsOffice2000sComponentsOverAndAFailedAttac
 }
 
 // Only the speller is taken, and a client is found only through a usable
-// "InstallRoot"; whatever is refused leaves the machine as it was.
+// "InstallRoot"; whatever is refused leaves the machine as it was. The Bat!'s
+// Avail of another tool is its Exist.
 TEST_F(MailClients, OtherToolKindsAndUnusableInstallRootsAreRefusedAndChangeNothing) {
   for (const Member& m : kMembers) m.install(folder().Join(m.suffix), m.version);
   // A folder whose program's path would take 260 characters.
@@ -140,7 +146,7 @@ TEST_F(MailClients, OtherToolKindsAndUnusableInstallRootsAreRefusedAndChangeNoth
     for (const int kind : {1, 2, 3, 4, -1}) {
       SCOPED_TRACE(testing::Message() << m.suffix << " kind " << kind);
       EXPECT_EQ(Call("Exist", m.suffix, kind), IsToolKind(kind) ? kNotApplicable : 0);
-      EXPECT_EQ(Call("Avail", m.suffix, kind), 0u);
+      EXPECT_EQ(Call("Avail", m.suffix, kind), IsToolKind(kind) ? m.availOfOtherTools : 0);
       EXPECT_EQ(Call("Attach", m.suffix, kind), kNotApplicable);
       EXPECT_EQ(Call("Check", m.suffix, kind), 0u);
     }

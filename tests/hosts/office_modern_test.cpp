@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -33,12 +32,6 @@ class ModernOffice : public OfficeFamilyTest {
     return OfficeFolder(version) + (version == 12 ? "\\msproof6.orig.dll" : "\\msproof7.orig.dll");
   }
   std::string Proof(const std::string& file) const { return OfficeFolder(15) + "\\PROOF\\" + file; }
-  template <typename Function>
-  Function Export(const std::string& name) const {
-    FARPROC found = dll().Find(name);
-    if (found == nullptr) throw std::runtime_error("no export " + name);
-    return reinterpret_cast<Function>(found);
-  }
 
   FontSubstituteGuard fontSubstitutes_;
 };
@@ -106,10 +99,11 @@ TEST_F(ModernOffice, EveryMembersTypicalRequest) {
       if (suffix == "OneNote12") continue;
       SCOPED_TRACE(suffix);
       const char* tool = request.kind == 1 ? "Grammar" : "Spelling";
+      const std::string host = std::string(request.applicationKey) + "\\" + v + ".0";
+      EXPECT_EQ(InfoList(suffix.c_str()), InfoListOf(host));
       // Outlook 2007 is found for the speller only, though it attaches the grammar checker.
       EXPECT_EQ(Call("Exist", suffix.c_str(), request.kind), suffix == "OUTL12" ? kNA : 1u);
       ASSERT_EQ(Call("Attach", suffix.c_str(), request.kind), request.attach);
-      const std::string host = std::string(request.applicationKey) + "\\" + v + ".0";
       EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, std::string(kProductRecords) + "\\" + host),
                 (Values{{"Path", "sz:" + OfficeFolder(version) + "\\" + request.applicationKey + ".exe"},
                         {"Name", std::string("sz:") + request.productName + " " + year}}));
@@ -195,7 +189,7 @@ TEST_F(ModernOffice, AttachTwiceThenDetachPutsOfficeBack) {
     }
     EXPECT_FALSE(FileExists(Proof("MSTH8RU.DLL")));
     for (const auto& [suffix, kind] : requests) EXPECT_EQ(Call("Detach", suffix.c_str(), kind), 1u) << suffix << kind;
-    EXPECT_EQ(Export<HostResult (*)()>("DetachOffice" + v)(), 1u);
+    EXPECT_EQ(dll().Export<HostResult (*)()>("DetachOffice" + v)(), 1u);
     Values lists = listsBefore;
     for (const QualifiedComponentList& list : ModernOfficeLists(version)) {
       const std::string value = list.key.substr(std::string("Installer\\").size()) + ":";
@@ -230,7 +224,7 @@ TEST_F(ModernOffice, Office2007GrammarComesBackFromTheProductsSavedCopyOnlyWhere
   const std::string original = "SOFTWARE\\Tervane\\KVIL\\8.0\\Proofing Tools\\Grammar\\1049\\Original";
   WriteText(HKEY_LOCAL_MACHINE, original, "Engine", "C:\\Saved\\MSGR3RU.DLL");
   WriteText(HKEY_LOCAL_MACHINE, original, "Dictionary", "C:\\Saved\\MSGR3RU.LEX");
-  const auto switchBack = Export<KindAndLanguage>("AttachMS2007ProofingTool");
+  const auto switchBack = dll().Export<KindAndLanguage>("AttachMS2007ProofingTool");
   switchBack(1, 1049);
   EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Registration("Grammar")),
             (Values{{"Engine", "sz:C:\\Saved\\MSGR3RU.DLL"}, {"Dictionary", "sz:C:\\Saved\\MSGR3RU.LEX"}}));
@@ -270,7 +264,7 @@ TEST_F(ModernOffice, Office2010ListsSwitchFromWhatWasSaved) {
     CreateKey(HKEY_CLASSES_ROOT, list.key);
     if (c.live) WriteRaw(HKEY_CLASSES_ROOT, list.key, list.valueName, c.live->type, c.live->bytes);
     if (c.saved) WriteRaw(HKEY_CLASSES_ROOT, list.key, "Saved by Kvil 8 " + list.valueName, c.saved->type, c.saved->bytes);
-    Export<KindAndLanguage>(c.operation)(1, 1049);
+    dll().Export<KindAndLanguage>(c.operation)(1, 1049);
     EXPECT_EQ(Live(list), c.liveAfter);
     EXPECT_EQ(Saved(list), c.savedAfter);
   }
@@ -280,8 +274,8 @@ TEST_F(ModernOffice, Office2013FilesMoveAsideOnceAndTheGrammarPairIsCrossed) {
   InstallModernOffice(15, OfficeFolder(15));
   const Files installed = FolderContents(OfficeFolder(15));
   const std::string ukrainianHyphenator = ReadFileBytes(Proof("MSHY7UK.DLL"));
-  const auto switchOut = Export<KindAndLanguageResult>("DetachMS2013ProofingTool");
-  const auto switchBack = Export<KindAndLanguageResult>("AttachMS2013ProofingTool");
+  const auto switchOut = dll().Export<KindAndLanguageResult>("DetachMS2013ProofingTool");
+  const auto switchBack = dll().Export<KindAndLanguageResult>("AttachMS2013ProofingTool");
   EXPECT_EQ(switchOut(3, 1058), 1u);
   EXPECT_FALSE(FileExists(Proof("MSHY7UK.DLL")));
   EXPECT_TRUE(FileExists(Proof("MSHY7RU.DLL")));
@@ -296,10 +290,10 @@ TEST_F(ModernOffice, Office2013FilesMoveAsideOnceAndTheGrammarPairIsCrossed) {
   EXPECT_EQ(FolderContents(OfficeFolder(15)), installed);
 
   // The caller's "attach Microsoft's grammar" moves Microsoft's files aside, its "detach" puts them back.
-  Export<Plain>("AttachGrammarMS15")();
+  dll().Export<Plain>("AttachGrammarMS15")();
   EXPECT_FALSE(FileExists(Proof("1049\\MSGR8RU.DLL")));
   EXPECT_FALSE(FileExists(Proof("MSGR8RU.LEX")));
-  Export<Plain>("DetachGrammarMS15")();
+  dll().Export<Plain>("DetachGrammarMS15")();
   EXPECT_EQ(FolderContents(OfficeFolder(15)), installed);
 }
 
@@ -307,9 +301,9 @@ TEST_F(ModernOffice, Office2013CopiesTakeMicrosoftsNamesAndAreListedForRemoval) 
   SetOfficeInstallRoot(15, "Word", OfficeFolder(15) + "\\");
   CreateFolder(OfficeFolder(15) + "\\PROOF");
   WriteFile(Proof("MSTH8RU.DLL"), "Microsoft's thesaurus");
-  Export<Plain>("CopyGrammar15")();
-  Export<Plain>("CopyThesaurus15")();
-  Export<void (*)(std::int32_t)>("CopyHyphenator15")(1033);
+  dll().Export<Plain>("CopyGrammar15")();
+  dll().Export<Plain>("CopyThesaurus15")();
+  dll().Export<void (*)(std::int32_t)>("CopyHyphenator15")(1033);
   const std::string productDir = product().options.productDir + "\\";
   const std::pair<const char*, const char*> copies[] = {
       {"1049\\MSGR8RU.DLL", "KVILGR32.DLL"}, {"MSGR8RU.LEX", "grrunorm.lex"}, {"MSTH8RU.DLL", "KVILTH32.DLL"},
@@ -325,8 +319,8 @@ TEST_F(ModernOffice, Office2013CopiesTakeMicrosoftsNamesAndAreListedForRemoval) 
 }
 
 TEST_F(ModernOffice, OfficesModuleIsNeverOverwrittenWithoutItsBackup) {
-  const auto attach = Export<HostResult (*)(const char*)>("AttachOffice14");
-  const auto detach = Export<HostResult (*)()>("DetachOffice14");
+  const auto attach = dll().Export<HostResult (*)(const char*)>("AttachOffice14");
+  const auto detach = dll().Export<HostResult (*)()>("DetachOffice14");
   EXPECT_EQ(attach(startup_.c_str()), 0u);  // no Office
   EXPECT_EQ(detach(), 1u);
   InstallModernOffice(14, OfficeFolder(14));
@@ -353,7 +347,7 @@ TEST_F(ModernOffice, OfficesModuleIsNeverOverwrittenWithoutItsBackup) {
 
 TEST_F(ModernOffice, ApplicationsPathIsWordsFolderOfTheNamedVersion) {
   InstallModernOffice(14, OfficeFolder(14));
-  const auto path = Export<std::int32_t (*)(const wchar_t*, wchar_t*)>("GetOfficeApplicationsPath");
+  const auto path = dll().Export<std::int32_t (*)(const wchar_t*, wchar_t*)>("GetOfficeApplicationsPath");
   wchar_t buffer[260];
   EXPECT_EQ(path(L"14.0", buffer), 260);
   const std::string expected = OfficeFolder(14) + "\\";

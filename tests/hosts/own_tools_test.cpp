@@ -14,7 +14,6 @@
 namespace kvil::test {
 namespace {
 
-constexpr HostResult kNA = kNotApplicable;
 const Values kEngineOptions{{"Options", std::to_string(0x20000005)}};
 
 // The default product with the Agent and the Standard speller beside the

@@ -16,7 +16,6 @@ namespace kvil::test {
 namespace {
 
 using Files = std::map<std::string, std::string>;
-constexpr HostResult kNA = kNotApplicable;
 
 class Quark : public NonOfficeHostTest {
  protected:
@@ -42,7 +41,6 @@ class Quark : public NonOfficeHostTest {
 // Both tools round trip; the hot-key XTension both need stays until the last
 // of them is detached.
 TEST_F(Quark, SpellerAndHyphenatorRoundTripTheXTensionFolder) {
-  EXPECT_EQ(Call("Exist", "QXS40", 0), 0u);
   EXPECT_EQ(InfoList("QXS40"), "Info failed");
   InstallQuarkXPress({.folder = quark_, .quotedCommand = false});
   WriteFile(xtensions_ + "\\Kern-Track.xnt", "QuarkXPress's own XTension");

@@ -12,7 +12,6 @@
 namespace kvil::test {
 namespace {
 
-constexpr HostResult kNA = kNotApplicable;
 
 // One member as the tests install it below the scratch folder.
 struct Member {
@@ -80,9 +79,7 @@ TEST_P(TypicalRequest, TheHostsModuleIsReplacedKeptOnceAndPutBackByteForByte) {
   m.install(folder().path());
   const Values before = HostsOwn();
   const std::string hostModule = ReadFileBytes(Module(m));
-  std::string list = m.filedAs + std::string(2, '\0');
-  list[list.find('\\')] = '\0';
-  EXPECT_EQ(InfoList(m.suffix), list);
+  EXPECT_EQ(InfoList(m.suffix), InfoListOf(m.filedAs));
   EXPECT_EQ(Call("Exist", m.suffix, 0), 1u);
   EXPECT_EQ(Call("Avail", m.suffix, 0), 1u);
   for (int time = 0; time < 2; ++time) ASSERT_EQ(Call("Attach", m.suffix, 0), 1u);

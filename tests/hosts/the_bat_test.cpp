@@ -1,5 +1,6 @@
 // The Bat! through the DLL's exports: the client its program names in the
-// current user's registry, filed under that program's name.
+// current user's registry, filed under that program's name. Its typical request
+// and the tools it does not take are the mail clients'.
 
 #include <gtest/gtest.h>
 
@@ -21,41 +22,18 @@ class TheBat : public NonOfficeHostTest {
     client_ = folder().Join("The Bat!");
     program_ = client_ + "\\thebat.exe";
   }
-  // GetTheBatFullExePath's answer and its buffer of capacity bytes, filled with 'g' before.
   std::pair<HostResult, std::string> FullExePath(std::int32_t capacity) const {
-    std::string buffer(capacity, 'g');
-    const auto entry = reinterpret_cast<TheBatFullExePathExport>(dll().Find("GetTheBatFullExePath"));
-    return {entry(buffer.data(), capacity), buffer};
+    return NonOfficeHostTest::FullExePath("GetTheBatFullExePath", capacity);
   }
   std::string client_;
   std::string program_;
 };
 
-// Detach clears only the record: the shared registration and the suite record stay.
-TEST_F(TheBat, AttachFilesTheClientUnderItsProgramAndDetachClearsOnlyTheRecord) {
+TEST_F(TheBat, GetTheBatFullExePathWritesTheProgramOnlyWhenItFits) {
   InstallTheBat(program_, {6, 2});
-  const Values machine = Machine();
-  EXPECT_EQ(Call("Exist", "TheBat50", 0), 1u);
-  EXPECT_EQ(Call("Avail", "TheBat50", 0), 1u);
-  EXPECT_EQ(InfoList("TheBat50"), std::string("THEBAT\0" "6.x\0\0", 12));
   const auto size = static_cast<std::int32_t>(program_.size());
   EXPECT_EQ(FullExePath(size), std::make_pair(0u, std::string(size, 'g')));  // no room for the terminator
   EXPECT_EQ(FullExePath(size + 2), std::make_pair(1u, program_ + '\0' + 'g'));
-
-  ASSERT_EQ(Call("Attach", "TheBat50", 0), 1u);
-  Values products{{"", "key"}, {":Path", "sz:" + program_}, {":Name", "sz:The Bat!"}, {"Spelling", "key"},
-                  {"Spelling\\1049", "key"}};
-  for (const auto& [name, value] : kSpellerRecord) products["Spelling\\1049:" + name] = value;
-  EXPECT_EQ(DescribeTree(HKEY_LOCAL_MACHINE, std::string(kProductRecords) + "\\THEBAT\\6.0"), products);
-  EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, Registration("Spelling")), SpellerRegistration());
-  EXPECT_EQ(Call("Check", "TheBat50", 0), 1u);
-  const Values attached = Machine();
-
-  EXPECT_EQ(Call("Detach", "TheBat50", 0), 1u);
-  EXPECT_EQ(Call("Check", "TheBat50", 0), 0u);
-  EXPECT_EQ(Added(attached, Machine()), (Values{{MachineValue(Record("THEBAT\\6.0", "Spelling"), "Attached"), "0"}}));
-  // Neither operation touches the user's keys or the client's files.
-  for (const auto& [name, value] : Added(machine, attached)) EXPECT_TRUE(name.starts_with("SOFTWARE|")) << name;
 }
 
 // The program's file name is the application key of every record; its path is
@@ -89,19 +67,11 @@ TEST_F(TheBat, AttachAsksNeitherTheVersionNorTheLanguagesFiles) {
             (Values{{"Engine", "sz:\\"}, {"Dictionary", "sz:\\"}}));
 }
 
-// Only the speller is taken, and a client is found only through a usable
-// "EXE path"; whatever is refused leaves the machine as it was.
-TEST_F(TheBat, OtherToolKindsAndUnusableProgramPathsAreRefusedAndChangeNothing) {
+// A client is found only through a usable "EXE path"; whatever is refused
+// leaves the machine as it was.
+TEST_F(TheBat, UnusableProgramPathsAreRefusedAndChangeNothing) {
   InstallTheBat(program_);
   const Values machine = DescribeTree(HKEY_LOCAL_MACHINE, "SOFTWARE");
-  for (const int kind : {1, 2, 3, 4, -1}) {
-    const HostResult exist = IsToolKind(kind) ? kNotApplicable : 0;
-    EXPECT_EQ(Call("Exist", "TheBat50", kind), exist) << kind;
-    EXPECT_EQ(Call("Avail", "TheBat50", kind), exist) << kind;
-    EXPECT_EQ(Call("Attach", "TheBat50", kind), kNotApplicable) << kind;
-    EXPECT_EQ(Call("Check", "TheBat50", kind), 0u) << kind;
-  }
-  EXPECT_EQ(Call("Detach", "TheBat50", 4), 0u);
   const std::wstring client = Widen(client_);
   const std::wstring han = Widen(folder().path()) + L"\\\x4e2d";
   ASSERT_TRUE(CreateDirectoryW(han.c_str(), nullptr));

@@ -87,13 +87,13 @@ using WorksMail = OfficeFamilyTest;
 
 TEST_F(WorksMail, EveryMembersTypicalRequestRoundTripsItsLanguage) {
   const std::vector<TypicalCase> cases = TypicalCases();
-  for (const TypicalCase& c : cases) EXPECT_EQ(Call("Exist", c.suffix, c.kind), 0u) << c.suffix;
   for (const TypicalCase& c : cases) {
     SCOPED_TRACE(c.suffix);
     const std::string record = std::string(kProductRecords) + "\\" + c.record + "\\1049";
     const std::string tool = std::string(c.record).substr(std::string(c.record).rfind('\\') + 1);
     c.install();
     EXPECT_EQ(Call("Exist", c.suffix, c.kind), 1u);
+    EXPECT_EQ(InfoList(c.suffix), InfoListOf(std::string(c.record).substr(0, std::string(c.record).rfind('\\'))));
     ASSERT_EQ(HostValues(c.hostKeys), c.installed);
 
     ASSERT_EQ(Call("Attach", c.suffix, c.kind), 1u);

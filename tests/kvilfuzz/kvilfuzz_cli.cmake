@@ -2,13 +2,15 @@
 # not there, is one line on the standard error and exit status 2, before
 # anything is seeded, so the build's shared prefix is safe to use.
 #
-#   cmake -DFUZZER=<kvilfuzz.exe> -DEMULATOR=<wine-run> -P kvilfuzz_cli.cmake
+#   cmake -DFUZZER=<kvilfuzz.exe> -DEMULATOR=<wine-run> -DWORK_DIR=<dir> -P kvilfuzz_cli.cmake
 
-foreach(required FUZZER EMULATOR)
+foreach(required FUZZER EMULATOR WORK_DIR)
   if(NOT DEFINED ${required})
     message(FATAL_ERROR "define ${required}")
   endif()
 endforeach()
+include(${CMAKE_CURRENT_LIST_DIR}/../support/wine_program.cmake)
+set(CASE usage)
 
 # <expected stderr>|<arguments...>
 set(cases
@@ -22,11 +24,8 @@ set(cases
 foreach(row IN LISTS cases)
   string(REPLACE "|" ";" row "${row}")
   list(POP_FRONT row expected)
-  execute_process(COMMAND ${EMULATOR} ${FUZZER} ${row}
-                  RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
-  string(REPLACE "\r\n" "\n" err "${err}")
-  if(NOT status STREQUAL "2" OR NOT out STREQUAL "" OR NOT err STREQUAL "${expected}\n")
-    message(FATAL_ERROR "kvilfuzz ${row}: exit ${status}, expected 2\n--- stdout\n${out}\n--- stderr\n${err}\n"
-                        "--- expected stderr\n${expected}")
-  endif()
+  run_program(${FUZZER} ${row})
+  expect_exit(2)
+  expect_text(stdout "")
+  expect_text(stderr "${expected}\n")
 endforeach()

@@ -9,42 +9,29 @@
 #                       a crash made again by --replay of that seed
 #   MODE=runs           RUNS runs from SEED must all pass
 #
-#   cmake -DMODE=<mode> -DFUZZER=<kvilfuzz.exe> -DFAULTY=<kvilfuzz_faulty.dll> -DWINE_RUN=<build/wine-run>
+#   cmake -DMODE=<mode> -DFUZZER=<kvilfuzz.exe> -DFAULTY=<kvilfuzz_faulty.dll> -DEMULATOR=<build/wine-run>
 #         -DWINESERVER=<wineserver> -DPREFIX=<wine prefix> -DWORK_DIR=<dir> [-DRUNS=<n> -DSEED=<s>]
 #         -P run_kvilfuzz.cmake
 
-foreach(required MODE FUZZER WINE_RUN WINESERVER PREFIX WORK_DIR)
+foreach(required MODE FUZZER EMULATOR WINESERVER PREFIX WORK_DIR)
   if(NOT DEFINED ${required})
     message(FATAL_ERROR "define ${required}")
   endif()
 endforeach()
 set(ENV{KVIL_WINEPREFIX} "${PREFIX}")
+include(${CMAKE_CURRENT_LIST_DIR}/../support/wine_program.cmake)
 
 if(MODE STREQUAL "remove-prefix")
-  # The wineserver is stopped before the folder goes, so that no registry flush
-  # lands in a deleted tree.
-  if(EXISTS "${PREFIX}")
-    execute_process(COMMAND ${CMAKE_COMMAND} -E env WINEPREFIX=${PREFIX} ${WINESERVER} -k OUTPUT_QUIET ERROR_QUIET)
-    execute_process(COMMAND ${CMAKE_COMMAND} -E env WINEPREFIX=${PREFIX} ${WINESERVER} -w OUTPUT_QUIET ERROR_QUIET)
-  endif()
-  file(REMOVE_RECURSE "${PREFIX}")
-  file(REMOVE "${PREFIX}.lock")
+  remove_wine_prefix("${PREFIX}")
   return()
 endif()
 
-file(MAKE_DIRECTORY "${WORK_DIR}")
-
-# Runs the fuzzer; sets status and out (stdout, then stderr) in the caller. The
-# output goes to files, not pipes: the prefix's wineserver inherits whatever the
-# first Wine process was given and would hold a pipe open until it shuts down.
+# Runs the fuzzer; sets status and out (stdout, then stderr) in the caller.
 function(run_fuzzer name)
-  execute_process(COMMAND ${WINE_RUN} ${FUZZER} ${ARGN} RESULT_VARIABLE result
-                  OUTPUT_FILE "${WORK_DIR}/${name}.out" ERROR_FILE "${WORK_DIR}/${name}.err")
-  file(READ "${WORK_DIR}/${name}.out" stdout)
-  file(READ "${WORK_DIR}/${name}.err" stderr)
-  string(REPLACE "\r\n" "\n" text "${stdout}${stderr}")
-  set(status "${result}" PARENT_SCOPE)
-  set(out "${text}" PARENT_SCOPE)
+  set(CASE "${name}")
+  run_program(${FUZZER} ${ARGN})
+  set(status "${exit_code}" PARENT_SCOPE)
+  set(out "${stdout}${stderr}" PARENT_SCOPE)
 endfunction()
 
 function(expect_output name pattern)

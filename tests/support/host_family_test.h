@@ -5,13 +5,16 @@
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
+#include <cstdint>
+#include <map>
 #include <string>
 
 #include "machine_test.h"
 
 namespace kvil::test {
 
+using Values = std::map<std::string, std::string>;
+inline constexpr HostResult kNA = kNotApplicable;
 inline constexpr const char kProductRecords[] = "SOFTWARE\\Tervane\\Kvil\\8.0\\Products";
 inline constexpr const char kSharedProofingTools[] = "SOFTWARE\\Microsoft\\Shared Tools\\Proofing Tools";
 
@@ -42,6 +45,18 @@ class HostFamilyTest : public LibraryTest {
     EXPECT_EQ(Call("Detach", expected.suffix, expected.kind), expected.detach);
     EXPECT_EQ(Call("Check", expected.suffix, expected.kind), expected.check);
   }
+  // Info's list, "<application key>\0<version>\0\0", or "Info failed" when it does not answer 1.
+  std::string InfoList(const char* suffix) const {
+    char buffer[80] = {};
+    std::int32_t length = sizeof buffer;
+    if (dll().Info(suffix, 0, 1049, buffer, &length) != 1) return "Info failed";
+    return std::string(buffer, length);
+  }
+  // The Info list of a host filed as "<application key>\<version>".
+  static std::string InfoListOf(std::string filedAs) {
+    filedAs[filedAs.find('\\')] = '\0';
+    return filedAs + std::string(2, '\0');
+  }
   // An attachment record, "<products>\<application key>\<version>\<tool>\<lcid>".
   static std::string Record(const std::string& hostAndVersion, const std::string& tool, int lcid = 1049) {
     return std::string(kProductRecords) + "\\" + hostAndVersion + "\\" + tool + "\\" + std::to_string(lcid);
@@ -55,9 +70,7 @@ class HostFamilyTest : public LibraryTest {
   std::string SavedAddedFiles() const {
     const std::string target = folder().Join("setup");
     CreateFolder(target);
-    const auto save = reinterpret_cast<void (*)(const char*)>(dll().Find("extSaveToXml"));
-    if (save == nullptr) throw std::runtime_error("no export extSaveToXml");
-    save(target.c_str());
+    dll().Export<void (*)(const char*)>("extSaveToXml")(target.c_str());
     return ReadFileBytes(target + "\\addfiles.xml");
   }
   // A path in the Russian start-up folder as DescribeValues shows it.

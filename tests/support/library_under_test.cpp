@@ -19,27 +19,21 @@ FARPROC LibraryUnderTest::Find(const std::string& exportName) const {
   return GetProcAddress(module_, exportName.c_str());
 }
 
-namespace {
-
-FARPROC Require(const LibraryUnderTest& library, const std::string& exportName) {
-  const FARPROC entry = library.Find(exportName);
+FARPROC LibraryUnderTest::Require(const std::string& exportName) const {
+  const FARPROC entry = Find(exportName);
   if (entry == nullptr) throw std::runtime_error("kvilintg.dll has no export " + exportName);
   return entry;
 }
 
-}  // namespace
-
 HostResult LibraryUnderTest::Call(const std::string& operation, const std::string& suffix, std::int32_t kind,
                                   std::int32_t lcid, std::intptr_t reserved1, std::intptr_t reserved2) const {
   // Every operation but Info shares the signature of Exist.
-  const auto entry = reinterpret_cast<ExistExport>(Require(*this, operation + suffix));
-  return entry(kind, lcid, reserved1, reserved2);
+  return Export<ExistExport>(operation + suffix)(kind, lcid, reserved1, reserved2);
 }
 
 HostResult LibraryUnderTest::Info(const std::string& suffix, std::int32_t kind, std::int32_t lcid, char* buffer,
                                   std::int32_t* length) const {
-  const auto entry = reinterpret_cast<InfoExport>(Require(*this, "Info" + suffix));
-  return entry(kind, lcid, buffer, length);
+  return Export<InfoExport>("Info" + suffix)(kind, lcid, buffer, length);
 }
 
 }  // namespace kvil::test

@@ -26,6 +26,11 @@ class LibraryUnderTest {
 
   // The named export, or null.
   FARPROC Find(const std::string& exportName) const;
+  // The named export as a function of type F. Throws when missing.
+  template <typename F>
+  F Export(const std::string& exportName) const {
+    return reinterpret_cast<F>(Require(exportName));
+  }
 
   // operation + suffix ("Attach", "Editor"): calls the export. Throws when missing.
   HostResult Call(const std::string& operation, const std::string& suffix, std::int32_t kind, std::int32_t lcid,
@@ -36,6 +41,8 @@ class LibraryUnderTest {
   HMODULE module() const { return module_; }
 
  private:
+  FARPROC Require(const std::string& exportName) const;
+
   HMODULE module_ = nullptr;
 };
 

@@ -1,19 +1,16 @@
 // What the tests of the hosts outside Office share (the product's own programs,
 // the publishing hosts, the suites, browsers and mail clients): the records the
-// record writer leaves, a host's Info list as text, and the whole machine for
-// stating that an operation changed nothing.
+// record writer leaves, the whole machine for stating that an operation changed
+// nothing, and the exports that hand out a host's program path.
 #pragma once
 
-#include <cstdint>
-#include <map>
 #include <string>
+#include <utility>
 
 #include "handles.h"
 #include "host_family_test.h"
 
 namespace kvil::test {
-
-using Values = std::map<std::string, std::string>;
 
 // A Russian speller's and hyphenator's attachment records as the record writer leaves them.
 inline const Values kSpellerRecord{{"Learning", "1"}, {"StrictYO", "1"}, {"Original LID", "1033"},
@@ -35,12 +32,10 @@ inline UniqueFile HoldOpen(const std::string& path) {
 
 class NonOfficeHostTest : public HostFamilyTest {
  protected:
-  // The list Info writes, or "Info failed" when it does not answer 1.
-  std::string InfoList(const char* suffix) const {
-    char buffer[80] = {};
-    std::int32_t length = sizeof buffer;
-    if (dll().Info(suffix, 0, 1049, buffer, &length) != 1) return "Info failed";
-    return std::string(buffer, length);
+  // A program-path export's answer and its buffer of capacity bytes, filled with 'g' before.
+  std::pair<HostResult, std::string> FullExePath(const char* exportName, std::int32_t capacity) const {
+    std::string buffer(capacity, 'g');
+    return {dll().Export<IeFullExePathExport>(exportName)(buffer.data(), capacity), buffer};
   }
   // Everything an operation could change: the machine's and the user's
   // software keys, the classes and every file of the scratch folder.

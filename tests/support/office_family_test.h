@@ -1,10 +1,8 @@
 // What the Microsoft host families' tests share: the product's registration and
-// attachment record as the hosts leave them for Russian, Info's list, and a
-// snapshot of the registry for showing that a refused call changed nothing.
+// attachment record as the hosts leave them for Russian, and a snapshot of the
+// registry for showing that a refused call changed nothing.
 #pragma once
 
-#include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -12,9 +10,6 @@
 #include "host_family_test.h"
 
 namespace kvil::test {
-
-using Values = std::map<std::string, std::string>;
-inline constexpr HostResult kNA = kNotApplicable;
 
 // The Russian speller's record on a machine without an English original: "Action"
 // 0 is Outlook's inactive speller; "Saved LID" is written by the hosts that keep
@@ -35,13 +30,6 @@ class OfficeFamilyTest : public HostFamilyTest {
                                                                  {"KVILTH32.DLL", "THRUNORM.LEX"},
                                                                  {"INHY32RU.DLL", "HYRUNORM.LEX"}};
     return {{"Engine", InStartup(kFiles[kind].first)}, {"Dictionary", InStartup(kFiles[kind].second)}};
-  }
-  // Info's answer: the application key and version, each NUL-ended, and one NUL more.
-  std::string InfoList(const char* suffix) const {
-    char buffer[64] = {};
-    std::int32_t length = sizeof buffer;
-    if (dll().Info(suffix, 0, 0, buffer, &length) != 1 || length < 0 || length > std::int32_t{sizeof buffer}) return "";
-    return std::string(buffer, static_cast<std::size_t>(length));
   }
   // The hosts' and the product's registry: the user's and the machine's software.
   static std::pair<Values, Values> RegistrySnapshot() {
