@@ -25,8 +25,6 @@ bool IsPredefinedRoot(HKEY root) {
   return root == HKEY_LOCAL_MACHINE || root == HKEY_CURRENT_USER || root == HKEY_CLASSES_ROOT || root == HKEY_USERS;
 }
 
-char AsciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
 // Key names ignore the case of letters; other characters must match exactly.
 bool SameKeyPath(std::string_view a, std::string_view b) {
   if (a.size() != b.size()) return false;

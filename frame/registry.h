@@ -21,8 +21,9 @@ LONG RegSetValueOpenPlain(HKEY root, const char* path, const char* name, DWORD t
                           DWORD length);
 
 // Reads a value into buffer (capacity in *length, bytes read out). REG_EXPAND_SZ
-// is expanded as a program of the key's view would (ExpandEnvironmentInView). String data is always returned NUL-terminated within the buffer;
-// a string that cannot be terminated within it gives ERROR_MORE_DATA.
+// is expanded as a program of the key's view would (ExpandEnvironmentInView).
+// String data is always returned NUL-terminated within the buffer; a string that
+// cannot be terminated within it gives ERROR_MORE_DATA.
 LONG RegGetValueExpand(HKEY root, const char* path, const char* name, char* buffer, DWORD* length, DWORD* type);
 LONG RegGetValueExpandPlain(HKEY root, const char* path, const char* name, char* buffer, DWORD* length,
                             DWORD* type);

@@ -9,8 +9,6 @@ namespace kvil {
 
 namespace {
 
-char AsciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
 // The references a 32-bit program sees other folders behind, and the variable
 // naming the 32-bit folder: only where the system has one (not on 32-bit Windows).
 struct ThirtyTwoBitReference {

@@ -25,7 +25,12 @@
 #include <string>
 #include <string_view>
 
+#include "handles.h"
+
 namespace kvil {
+
+// Key names ignore the case of ASCII letters; other characters must match exactly.
+inline char AsciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 // The Windows Installer's own view.
 inline constexpr REGSAM kInstallerView = KEY_WOW64_64KEY;
@@ -34,8 +39,7 @@ inline constexpr REGSAM kInstallerView = KEY_WOW64_64KEY;
 inline bool IsKeyOrBelow(std::string_view path, std::string_view key) {
   if (path.size() < key.size()) return false;
   for (std::size_t i = 0; i < key.size(); ++i) {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    if (lower(path[i]) != lower(key[i])) return false;
+    if (AsciiLower(path[i]) != AsciiLower(key[i])) return false;
   }
   return path.size() == key.size() || path[key.size()] == '\\';
 }
@@ -74,19 +78,19 @@ inline KeyInView PlaceInView(HKEY root, std::string_view path, REGSAM view) {
 // What "Installing" under "Software\Tervane" says: looked up in the 32-bit view
 // and then in the 64-bit view, the first value found (of any type) decides, and
 // only the REG_DWORD 64 means the product was installed for 64-bit hosts. The
-// product's setup tool reads it the same way, so the survey tool shares this.
+// survey tool names the view it reports through this same reading.
 inline bool ProductInstalledFor64BitHosts() {
   for (const REGSAM view : {KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
-    HKEY key = nullptr;
-    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, "Software\\Tervane", 0, KEY_QUERY_VALUE | view, &key) != ERROR_SUCCESS) {
+    UniqueHKey key;
+    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, "Software\\Tervane", 0, KEY_QUERY_VALUE | view, key.put()) !=
+        ERROR_SUCCESS) {
       continue;
     }
     DWORD installing = 0;
     DWORD size = sizeof installing;
     DWORD type = REG_NONE;
     const LONG status =
-        RegQueryValueExA(key, "Installing", nullptr, &type, reinterpret_cast<BYTE*>(&installing), &size);
-    RegCloseKey(key);
+        RegQueryValueExA(key.get(), "Installing", nullptr, &type, reinterpret_cast<BYTE*>(&installing), &size);
     if (status == ERROR_MORE_DATA) return false;  // found, and too long to be the DWORD 64
     if (status == ERROR_SUCCESS) return type == REG_DWORD && size == sizeof installing && installing == 64;
   }
