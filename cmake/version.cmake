@@ -1,0 +1,31 @@
+# The build's one version (project(... VERSION ...)) as a header for the code
+# and as a version resource in each shipped binary.
+set(KVIL_COPYRIGHT_YEARS 2026)
+set(KVIL_GENERATED_DIR ${CMAKE_BINARY_DIR}/generated)
+configure_file(${CMAKE_CURRENT_LIST_DIR}/version.h.in ${KVIL_GENERATED_DIR}/kvil_version.h @ONLY)
+add_library(kvil_version INTERFACE)
+target_include_directories(kvil_version INTERFACE ${KVIL_GENERATED_DIR})
+
+# kvil_version_resource(<target> "<file description>"): the target gets a
+# VERSIONINFO naming its own file, the company, the product and the version.
+function(kvil_version_resource target description)
+  get_target_property(type ${target} TYPE)
+  if(type STREQUAL "SHARED_LIBRARY")
+    set(KVIL_RC_FILE_TYPE VFT_DLL)
+    set(suffix .dll)
+  else()
+    set(KVIL_RC_FILE_TYPE VFT_APP)
+    set(suffix .exe)
+  endif()
+  get_target_property(output_name ${target} OUTPUT_NAME)
+  if(NOT output_name)
+    set(output_name ${target})
+  endif()
+  set(KVIL_RC_INTERNAL_NAME ${output_name})
+  set(KVIL_RC_FILE_NAME ${output_name}${suffix})
+  set(KVIL_RC_DESCRIPTION "${description}")
+  set(rc ${KVIL_GENERATED_DIR}/${target}.rc)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/version.rc.in ${rc} @ONLY)
+  target_sources(${target} PRIVATE ${rc})
+  target_link_libraries(${target} PRIVATE kvil_version)
+endfunction()
