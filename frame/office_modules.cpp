@@ -155,17 +155,36 @@ void GetEngNLSModules(int, char* buffer, DWORD* length, int which) {
 
 }  // namespace kvil
 
+namespace {
+
+// The exports take the length as a fixed-width integer; the Installer's calls
+// below them want a DWORD.
+template <typename Lookup>
+std::uint32_t WithDwordLength(std::uint32_t* length, Lookup&& lookup) {
+  DWORD dwordLength = length == nullptr ? 0 : *length;
+  const std::uint32_t result = lookup(length == nullptr ? nullptr : &dwordLength);
+  if (length != nullptr) *length = dwordLength;
+  return result;
+}
+
+}  // namespace
+
 extern "C" std::uint32_t GetOriginalDictOrEngineModule(std::int32_t kind, std::int32_t lcid, char* buffer,
-                                                       DWORD* length, std::int32_t which, std::int32_t generation,
-                                                       const char* excluded) {
+                                                       std::uint32_t* length, std::int32_t which,
+                                                       std::int32_t generation, const char* excluded) {
   return kvil::GuardExport(0, [&] {
-    return kvil::GetOriginalDictOrEngineModule(kind, lcid, buffer, length, which, generation, excluded);
+    return WithDwordLength(length, [&](DWORD* dwordLength) {
+      return kvil::GetOriginalDictOrEngineModule(kind, lcid, buffer, dwordLength, which, generation, excluded);
+    });
   });
 }
 
-extern "C" std::uint32_t GetEngNLSModules(std::int32_t lcid, char* buffer, DWORD* length, std::int32_t which) {
+extern "C" std::uint32_t GetEngNLSModules(std::int32_t lcid, char* buffer, std::uint32_t* length,
+                                          std::int32_t which) {
   return kvil::GuardExport(0, [&] {
-    kvil::GetEngNLSModules(lcid, buffer, length, which);
-    return kvil::HostResult{0};
+    return WithDwordLength(length, [&](DWORD* dwordLength) {
+      kvil::GetEngNLSModules(lcid, buffer, dwordLength, which);
+      return std::uint32_t{0};
+    });
   });
 }

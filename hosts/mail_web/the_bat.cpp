@@ -222,4 +222,3 @@ KVIL_HOST_EXPORTS(TheBat50, kvil::TheBatOps, kvil::kTheBat6)
 extern "C" kvil::HostResult GetTheBatFullExePath(char* buffer, std::int32_t capacity) {
   return kvil::GuardExport(0, [&] { return kvil::TheBatOps::FullProgramPath(kvil::kTheBat6, buffer, capacity); });
 }
-static_assert(std::is_same_v<decltype(&GetTheBatFullExePath), kvil::TheBatFullExePathExport>);
