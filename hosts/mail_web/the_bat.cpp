@@ -11,7 +11,6 @@
 
 #include <cstdint>
 #include <string_view>
-#include <type_traits>
 #include <vector>
 
 #include "bounded_text.h"
