@@ -23,7 +23,7 @@ struct Member {
   const char* suffix;
   const char* info;     // the list's first item
   const char* filedAs;  // application key and version
-  HostResult found;     // Exist and Avail of the speller
+  KvilResult found;     // Exist and Avail of the speller
   Effect effect;
   void (*install)(const std::string& browsers);
 };
@@ -136,7 +136,7 @@ TEST_F(Browsers, EachMemberFindsOnlyTheVersionsItStandsFor) {
   const struct {
     const char* suffix;
     const char* version;
-    HostResult exist;
+    KvilResult exist;
     Installer install;
   } cases[] = {
       {"IE", "7.0.5730.13", 0, ie},   {"IE", "8.0.7601.17514", 1, ie}, {"IE", "9.0.8112.16421", 0, ie},
@@ -225,7 +225,7 @@ TEST_F(Browsers, InternetExplorerVersionsFindTheirProgramsTheirOwnWay) {
 }
 
 TEST_F(Browsers, GetIEFullExePathWritesTheProgramOnlyWhenItFits) {
-  const std::pair<HostResult, std::string> untouched{0u, std::string(300, 'g')};
+  const std::pair<KvilResult, std::string> untouched{0u, std::string(300, 'g')};
   EXPECT_EQ(FullExePath("GetIEFullExePath", 300), untouched);
   InstallInternetExplorer8(Browser("IE8"));
   const std::string program = Browser("IE8\\IEXPLORE.EXE");

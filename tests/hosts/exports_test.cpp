@@ -38,7 +38,7 @@ TEST_F(Exports, EveryHostAnswersForTheToolKindsItTakes) {
   for (const auto& [kinds, suffixes] : hosts) {
     for (const char* suffix : suffixes) {
       for (int kind = 0; kind < 4; ++kind) {
-        EXPECT_EQ(dll().Call("Exist", suffix, kind, 1049), kinds[kind] == '-' ? kNotApplicable : 0u)
+        EXPECT_EQ(dll().Call("Exist", suffix, kind, 1049), kinds[kind] == '-' ? KVIL_NOT_APPLICABLE : 0u)
             << suffix << " kind " << kind;
       }
     }

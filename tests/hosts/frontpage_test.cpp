@@ -87,7 +87,7 @@ TEST_F(FrontPage, KindsNotTakenAndKindsOutsideTheRangeWriteNothing) {
   InstallFrontPage2000(office_, 1033);
   InstallFrontPage2002(office_, 1033);
   InstallFrontPage2003(office_, 1033);
-  const std::tuple<const char*, int, HostResult> cases[] = {
+  const std::tuple<const char*, int, KvilResult> cases[] = {
       {"FPAGE97", 1, kNA},   {"FPAGE97", 2, kNA},   {"FPAGE98", 3, kNA}, {"FPAGE97", 4, 0},   {"FPAGE98", -1, 0},
       {"FPAGE2000", 1, kNA}, {"FPAGE2002", 3, kNA}, {"FPAGE11", 1, kNA}, {"FPAGE2000", 4, 0}, {"FPAGE11", -1, 0}};
   const auto before = RegistrySnapshot();
@@ -123,7 +123,7 @@ TEST_F(FrontPage, FrontPage97And98UseOnlyTheirOwnSectionAndPutTheFileBack) {
 
 TEST_F(FrontPage, AnIniLanguageOf65535OrMoreIsNone) {
   InstallFrontPage97(1033);
-  const std::pair<const char*, HostResult> cases[] = {{"0xFFFE", 1}, {"0xFFFF", 0}, {"65535", 0},
+  const std::pair<const char*, KvilResult> cases[] = {{"0xFFFE", 1}, {"0xFFFF", 0}, {"65535", 0},
                                                       {"0x10419", 0}, {"-1", 0},    {"0", 0}};
   for (const auto& [text, exist] : cases) {
     WriteFrontPageIniLanguage(kFrontPage97Section, text);

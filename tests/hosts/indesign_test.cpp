@@ -24,7 +24,7 @@ class Adobe : public NonOfficeHostTest {
     inDesign_ = folder().Join("InDesign");
     inCopy_ = folder().Join("InCopy");
   }
-  HostResult Remove(const char* name) const { return dll().Export<HostResult (*)()>(name)(); }
+  KvilResult Remove(const char* name) const { return dll().Export<KvilResult (*)()>(name)(); }
   // The product's files or folders (with all in them) as FolderContents shows them copied into under.
   // A null name stands for nothing.
   Files Copied(std::initializer_list<const char*> names, const std::string& under = "Tervane") const {

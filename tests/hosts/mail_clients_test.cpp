@@ -22,7 +22,7 @@ struct Member {
   const char* filedAs;    // application key and version
   const char* suiteName;  // null: no suite record
   const char* infoVersion = nullptr;  // Info's, where it is not the record's
-  HostResult availOfOtherTools = 0;
+  KvilResult availOfOtherTools = 0;
 };
 
 const Member kMembers[] = {
@@ -82,7 +82,7 @@ TEST_F(MailClients, VersionComesFromTheProgramOrTheClientsFallbacks) {
     const char* suffix;
     Installer install;
     MailProgram version;
-    HostResult exist;
+    KvilResult exist;
     const char* record;
     const char* suite;  // the suite record's version, checked after an attach; null: not attached
   } cases[] = {
@@ -145,9 +145,10 @@ TEST_F(MailClients, OtherToolKindsAndUnusableInstallRootsAreRefusedAndChangeNoth
   for (const Member& m : kMembers) {
     for (const int kind : {1, 2, 3, 4, -1}) {
       SCOPED_TRACE(testing::Message() << m.suffix << " kind " << kind);
-      EXPECT_EQ(Call("Exist", m.suffix, kind), IsToolKind(kind) ? kNotApplicable : 0);
-      EXPECT_EQ(Call("Avail", m.suffix, kind), IsToolKind(kind) ? m.availOfOtherTools : 0);
-      EXPECT_EQ(Call("Attach", m.suffix, kind), kNotApplicable);
+      const bool toolKind = kind >= KVIL_SPELLER && kind < KVIL_TOOL_KIND_COUNT;
+      EXPECT_EQ(Call("Exist", m.suffix, kind), toolKind ? KVIL_NOT_APPLICABLE : 0);
+      EXPECT_EQ(Call("Avail", m.suffix, kind), toolKind ? m.availOfOtherTools : 0);
+      EXPECT_EQ(Call("Attach", m.suffix, kind), KVIL_NOT_APPLICABLE);
       EXPECT_EQ(Call("Check", m.suffix, kind), 0u);
     }
     EXPECT_EQ(Call("Detach", m.suffix, 4), 0u);

@@ -20,7 +20,7 @@ struct Member {
   const char* application;  // as the fixture installs it
   const char* applicationKey;
   const char* version;
-  HostResult exist, attach;
+  KvilResult exist, attach;
   Values record;
   const char* languageKey;  // the host's language (HKCU ...\Office\<v>.0\<key>, DWORD); null: none
   const char* languageValue;
@@ -30,11 +30,11 @@ struct Member {
 // to 2003 host and Office 2000's Russian speller registered by the Installer.
 // Office XP and 2003 have Installer rows for the Russian grammar checker only:
 // their speller members answer "not applicable" and write no record.
-const Values kGrammar{{"Action", "1"}, {"Attached", "1"}};
+const Values kGrammarRecord{{"Action", "1"}, {"Attached", "1"}};
 const Member kMembers[] = {
     {"WW90", 0, 9, "Word", "WINWORD", "9.0", 1, 1, SpellerRecord(std::nullopt), nullptr, nullptr},
-    {"WW100", 1, 10, "Word", "WINWORD", "10.0", 1, 1, kGrammar, nullptr, nullptr},
-    {"WW11", 1, 11, "Word", "WINWORD", "11.0", 1, 1, kGrammar, nullptr, nullptr},
+    {"WW100", 1, 10, "Word", "WINWORD", "10.0", 1, 1, kGrammarRecord, nullptr, nullptr},
+    {"WW11", 1, 11, "Word", "WINWORD", "11.0", 1, 1, kGrammarRecord, nullptr, nullptr},
     {"EX90", 0, 9, "Excel", "EXCEL", "9.0", 1, 1, SpellerRecord(0), "Excel\\Spell Checker", "Speller"},
     {"EX100", 0, 10, "Excel", "EXCEL", "10.0", 1, kNA, {}, "Excel\\Spell Checker", "Speller"},
     {"EX11", 0, 11, "Excel", "EXCEL", "11.0", 1, kNA, {}, "Excel\\Spell Checker", "Speller"},
@@ -158,7 +158,7 @@ TEST_F(Office2000, AccessPutsTahomaBackFromAccess2002sRecordOnlyWhileTheOtherLan
     }
     WriteDword(HKEY_LOCAL_MACHINE, Record("MSACCESS\\10.0", "Spelling", lcid == 1049 ? 1058 : 1049), "Attached", otherAttached);
     WriteTahomaSubstitute("Tahoma,0");
-    const HostResult attached = Call("Attach", "ACC90", 0, lcid);
+    const KvilResult attached = Call("Attach", "ACC90", 0, lcid);
     EXPECT_EQ(attached, lcid == 1049 ? 1u : kNA);
     EXPECT_EQ(ReadTahomaSubstitute(), "Tahoma,204");
     EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, Record("MSACCESS\\9.0", "Spelling", lcid), "Tahoma orig setting"),

@@ -165,7 +165,7 @@ TEST_F(Office97, ExistWantsEachMembersFurtherTestToo) {
 
   EXPECT_EQ(Call("Exist", "OUTL97", 0), 1u);
   EXPECT_EQ(InfoList("OUTL97"), std::string("OUTLOOK\0" "8.0\0\0", 13));
-  for (const auto& [major, expected] : {std::pair<WORD, HostResult>{8, 1u}, {9, 0u}, {10, 0u}}) {
+  for (const auto& [major, expected] : {std::pair<WORD, KvilResult>{8, 1u}, {9, 0u}, {10, 0u}}) {
     InstallOutlook97(folder().Join("Outlook"), 1033, major, 0);
     EXPECT_EQ(Call("Exist", "OUTL97", 0), expected) << major;
   }

@@ -19,7 +19,7 @@ namespace {
 
 using Files = std::map<std::string, std::string>;
 using KindAndLanguage = void (*)(std::int32_t, std::int32_t);
-using KindAndLanguageResult = HostResult (*)(std::int32_t, std::int32_t);
+using KindAndLanguageResult = KvilResult (*)(std::int32_t, std::int32_t);
 using Plain = void (*)();
 
 class ModernOffice : public OfficeFamilyTest {
@@ -61,7 +61,7 @@ struct TypicalRequest {
   const char* applicationKey;
   const char* productName;
   int kind;
-  HostResult attach;
+  KvilResult attach;
   const char* userKey;  // the application's language, HKCU ...\Office\<version>\<key>
   const char* userValue;
 };
@@ -189,7 +189,7 @@ TEST_F(ModernOffice, AttachTwiceThenDetachPutsOfficeBack) {
     }
     EXPECT_FALSE(FileExists(Proof("MSTH8RU.DLL")));
     for (const auto& [suffix, kind] : requests) EXPECT_EQ(Call("Detach", suffix.c_str(), kind), 1u) << suffix << kind;
-    EXPECT_EQ(dll().Export<HostResult (*)()>("DetachOffice" + v)(), 1u);
+    EXPECT_EQ(dll().Export<KvilResult (*)()>("DetachOffice" + v)(), 1u);
     Values lists = listsBefore;
     for (const QualifiedComponentList& list : ModernOfficeLists(version)) {
       const std::string value = list.key.substr(std::string("Installer\\").size()) + ":";
@@ -319,8 +319,8 @@ TEST_F(ModernOffice, Office2013CopiesTakeMicrosoftsNamesAndAreListedForRemoval) 
 }
 
 TEST_F(ModernOffice, OfficesModuleIsNeverOverwrittenWithoutItsBackup) {
-  const auto attach = dll().Export<HostResult (*)(const char*)>("AttachOffice14");
-  const auto detach = dll().Export<HostResult (*)()>("DetachOffice14");
+  const auto attach = dll().Export<KvilResult (*)(const char*)>("AttachOffice14");
+  const auto detach = dll().Export<KvilResult (*)()>("DetachOffice14");
   EXPECT_EQ(attach(startup_.c_str()), 0u);  // no Office
   EXPECT_EQ(detach(), 1u);
   InstallModernOffice(14, OfficeFolder(14));

@@ -90,7 +90,7 @@ INSTANTIATE_TEST_SUITE_P(Members, SuiteMember, testing::ValuesIn(kMembers),
 // Only the version subkey enumerated first is looked at, and only when it starts
 // with the member's major digit.
 TEST_F(Suites, TheFirstVersionSubkeyDecides) {
-  const std::tuple<std::vector<std::string>, HostResult, HostResult, std::string, std::string> cases[] = {
+  const std::tuple<std::vector<std::string>, KvilResult, KvilResult, std::string, std::string> cases[] = {
       {{}, 0, 0, "0.0", "0.0"},       {{"3.2.1"}, 0, 0, "3.2", "0.0"},          {{"3.10"}, 1, 0, "3.10", "0.0"},
       {{"4"}, 0, 1, "0.0", "4.0"},    {{"40.1"}, 0, 0, "0.0", "40.1"},          {{"3.3.0", "4.0.1"}, 1, 0, "3.3", "0.0"},
       {{"3.2.9", "4.0.1"}, 0, 0, "3.2", "0.0"}};
@@ -134,7 +134,7 @@ TEST_F(Suites, OpenOfficeLooksUnderOpenOfficeOrgFirst) {
 TEST_F(Suites, AProgramThatNamesNoFolderLeavesTheSuiteAlone) {
   for (const Member& m : kMembers) {
     const bool notApplicable = std::string(m.suffix) == "LibreOffice4";
-    EXPECT_EQ(Call("Attach", m.suffix, 0), notApplicable ? kNotApplicable : 1u) << m.suffix;
+    EXPECT_EQ(Call("Attach", m.suffix, 0), notApplicable ? KVIL_NOT_APPLICABLE : 1u) << m.suffix;
     const std::string name = std::string(m.name).substr(0, std::string(m.name).rfind(' ') + 1) + "0.0";
     EXPECT_EQ(DescribeValues(HKEY_LOCAL_MACHINE, SuiteRecord("0.0")),
               notApplicable ? Values{} : (Values{{"Path", "sz:"}, {"Name", "sz:" + name}}));

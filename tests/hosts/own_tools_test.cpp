@@ -186,7 +186,7 @@ TEST_F(OwnTools, AvailWantsEachProgramsOwnFiles) {
     const char* deleted;  // before asking; null: nothing more
     const char* suffix;
     int kind;
-    HostResult avail;
+    KvilResult avail;
   } cases[] = {
       {nullptr, "AGENT", 2, 1},        {"gram_mod.dll", "Editor", 1, 1}, {"kvilhook.dll", "AGENT", 0, 0},
       {nullptr, "STDSP", 0, 1},        {"kvilxsp3.dll", "STDSP", 0, 0},  {nullptr, "Editor", 0, 1},

@@ -218,7 +218,7 @@ TEST_F(SpellerReplacement, UnusableHostFoldersAreNotFound) {
     const Member* member;
     std::string key;
     const char* name;
-    HostResult exist;
+    KvilResult exist;
   } values[] = {{&kCorelDraw, kCorelDraw6Key, "ConfigDir", 1},
                 {&kWordPro96, WordProSpellKey("3.0"), "Data Path", 1},
                 {&kPageMaker65, "SOFTWARE\\Adobe\\PageMaker65", "AdobeDirectory", kNA}};

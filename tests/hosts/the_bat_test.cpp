@@ -22,7 +22,7 @@ class TheBat : public NonOfficeHostTest {
     client_ = folder().Join("The Bat!");
     program_ = client_ + "\\thebat.exe";
   }
-  std::pair<HostResult, std::string> FullExePath(std::int32_t capacity) const {
+  std::pair<KvilResult, std::string> FullExePath(std::int32_t capacity) const {
     return NonOfficeHostTest::FullExePath("GetTheBatFullExePath", capacity);
   }
   std::string client_;

@@ -14,7 +14,7 @@
 namespace kvil::test {
 
 using Values = std::map<std::string, std::string>;
-inline constexpr HostResult kNA = kNotApplicable;
+inline constexpr KvilResult kNA = KVIL_NOT_APPLICABLE;
 inline constexpr const char kProductRecords[] = "SOFTWARE\\Tervane\\Kvil\\8.0\\Products";
 inline constexpr const char kSharedProofingTools[] = "SOFTWARE\\Microsoft\\Shared Tools\\Proofing Tools";
 
@@ -22,7 +22,7 @@ inline constexpr const char kSharedProofingTools[] = "SOFTWARE\\Microsoft\\Share
 struct KindAnswers {
   const char* suffix;
   int kind;
-  HostResult exist, avail, attach, detach, check;
+  KvilResult exist, avail, attach, detach, check;
 };
 
 class HostFamilyTest : public LibraryTest {
@@ -34,7 +34,7 @@ class HostFamilyTest : public LibraryTest {
     startup_ = product().StartupDir(1049);
   }
 
-  HostResult Call(const char* operation, const char* suffix, int kind, int lcid = 1049) const {
+  KvilResult Call(const char* operation, const char* suffix, int kind, int lcid = 1049) const {
     return dll().Call(operation, suffix, kind, lcid);
   }
   void ExpectAnswers(const KindAnswers& expected) const {

@@ -25,15 +25,15 @@ FARPROC LibraryUnderTest::Require(const std::string& exportName) const {
   return entry;
 }
 
-HostResult LibraryUnderTest::Call(const std::string& operation, const std::string& suffix, std::int32_t kind,
+KvilResult LibraryUnderTest::Call(const std::string& operation, const std::string& suffix, std::int32_t kind,
                                   std::int32_t lcid, std::intptr_t reserved1, std::intptr_t reserved2) const {
   // Every operation but Info shares the signature of Exist.
-  return Export<ExistExport>(operation + suffix)(kind, lcid, reserved1, reserved2);
+  return Export<KvilExistProc>(operation + suffix)(kind, lcid, reserved1, reserved2);
 }
 
-HostResult LibraryUnderTest::Info(const std::string& suffix, std::int32_t kind, std::int32_t lcid, char* buffer,
+KvilResult LibraryUnderTest::Info(const std::string& suffix, std::int32_t kind, std::int32_t lcid, char* buffer,
                                   std::int32_t* length) const {
-  return Export<InfoExport>("Info" + suffix)(kind, lcid, buffer, length);
+  return Export<KvilInfoProc>("Info" + suffix)(kind, lcid, buffer, length);
 }
 
 }  // namespace kvil::test

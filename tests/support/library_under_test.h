@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-#include "host_contract.h"
+#include "kvilintg.h"
 
 namespace kvil::machine {}
 
@@ -33,9 +33,9 @@ class LibraryUnderTest {
   }
 
   // operation + suffix ("Attach", "Editor"): calls the export. Throws when missing.
-  HostResult Call(const std::string& operation, const std::string& suffix, std::int32_t kind, std::int32_t lcid,
+  KvilResult Call(const std::string& operation, const std::string& suffix, std::int32_t kind, std::int32_t lcid,
                   std::intptr_t reserved1 = 0, std::intptr_t reserved2 = 0) const;
-  HostResult Info(const std::string& suffix, std::int32_t kind, std::int32_t lcid, char* buffer,
+  KvilResult Info(const std::string& suffix, std::int32_t kind, std::int32_t lcid, char* buffer,
                   std::int32_t* length) const;
 
   HMODULE module() const { return module_; }

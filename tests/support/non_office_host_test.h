@@ -33,9 +33,9 @@ inline UniqueFile HoldOpen(const std::string& path) {
 class NonOfficeHostTest : public HostFamilyTest {
  protected:
   // A program-path export's answer and its buffer of capacity bytes, filled with 'g' before.
-  std::pair<HostResult, std::string> FullExePath(const char* exportName, std::int32_t capacity) const {
+  std::pair<KvilResult, std::string> FullExePath(const char* exportName, std::int32_t capacity) const {
     std::string buffer(capacity, 'g');
-    return {dll().Export<IeFullExePathExport>(exportName)(buffer.data(), capacity), buffer};
+    return {dll().Export<KvilGetIEFullExePathProc>(exportName)(buffer.data(), capacity), buffer};
   }
   // Everything an operation could change: the machine's and the user's
   // software keys, the classes and every file of the scratch folder.

@@ -199,18 +199,18 @@ InstalledProduct InstallKvil(REGSAM view, bool for64BitHosts = false, const std:
 
 struct Step {
   std::string operation;  // Exist, Avail, Attach, Detach, Check of the case's host, or another export
-  HostResult answer;
+  KvilResult answer;
   std::optional<Keys> landed = std::nullopt;  // none: not looked at after this call
 };
 
 // The case's host operations take the tool kind and the language; Office's
 // restoring exports (RegisterOffice90 gives Office 2000's components their own
 // files back) are called as the setup tool calls them.
-HostResult CallExport(const LibraryUnderTest& dll, const InstalledProduct& product, const std::string& suffix,
+KvilResult CallExport(const LibraryUnderTest& dll, const InstalledProduct& product, const std::string& suffix,
                       int kind, const std::string& operation) {
-  if (operation.starts_with("DetachOffice")) return reinterpret_cast<HostResult (*)()>(dll.Find(operation))();
+  if (operation.starts_with("DetachOffice")) return reinterpret_cast<KvilResult (*)()>(dll.Find(operation))();
   if (operation != "RegisterOffice90") return dll.Call(operation, suffix, kind, 1049);
-  using Export = HostResult (*)(std::int32_t, std::int32_t, const char*, const char*, const char*, std::int32_t,
+  using Export = KvilResult (*)(std::int32_t, std::int32_t, const char*, const char*, const char*, std::int32_t,
                                 std::int32_t);
   return reinterpret_cast<Export>(dll.Find(operation))(kind, 1049, product.StartupDir(1049).c_str(), "kvilsp3.dll",
                                                        "SPRUNORM.LEX", 1, 9);
@@ -267,7 +267,7 @@ struct Member {
   int kind;
   std::function<void(const Seeding&)> install;
   Keys kept, attachOnly = {};
-  HostResult answer = 1;
+  KvilResult answer = 1;
   std::string restore = {};
 };
 
@@ -304,7 +304,7 @@ Member ModernWord(REGSAM view, int officeVersion) {
   const auto install = [=](const Seeding& at) {
     InstallModernOffice(officeVersion, at.programs + "\\Microsoft Office\\Office" + version, {"Word"});
   };
-  return {"WW" + version, kGrammar, install, kept, {}, 1, "DetachOffice" + version};
+  return {"WW" + version, KVIL_GRAMMAR, install, kept, {}, 1, "DetachOffice" + version};
 }
 
 }  // namespace
@@ -316,13 +316,14 @@ Member ModernWord(REGSAM view, int officeVersion) {
 // are the 64-bit view's for every program.
 TEST(RegistryViews, ThirtyTwoBitHostsAreAttachedInThe32BitView) {
   const Member members[] = {
-      {"EX80", kSpeller, [](const Seeding& at) { InstallExcel97(at.programs + "\\Microsoft Office\\Office", 2057); },
+      {"EX80", KVIL_SPELLER,
+       [](const Seeding& at) { InstallExcel97(at.programs + "\\Microsoft Office\\Office", 2057); },
        Registered(Wow, "EXCEL\\8.0", "Spelling"),
        {User("Microsoft\\Office\\8.0\\Excel\\Spell Checker"),
         Wow("Microsoft\\Office\\8.0\\New User Settings\\Excel\\Spell Checker")}},
       // The Installer's components, the local system's, point at the product
       // until RegisterOffice90 gives them their own files back.
-      {"WW90", kSpeller,
+      {"WW90", KVIL_SPELLER,
        [](const Seeding& at) {
          InstallOfficeApplication(9, "Word", at.programs + "\\Microsoft Office\\Office");
          RegisterOffice2000RussianSpeller(at.programs + "\\Common Files\\Microsoft Shared\\Proof");
@@ -333,13 +334,13 @@ TEST(RegistryViews, ThirtyTwoBitHostsAreAttachedInThe32BitView) {
        1, "RegisterOffice90"},
       // No Installer data on this machine: the components go under the
       // Installer's plain key, in its view.
-      {"FPAGE2000", kSpeller,
+      {"FPAGE2000", KVIL_SPELLER,
        [](const Seeding& at) { InstallFrontPage2000(at.programs + "\\Microsoft Office\\Office", 1033); },
        Registered(Wow, "FRONTPG\\4.0", "Spelling") +
            Keys{Wow(Record("FRONTPG\\4.0")), Component(kRussianSpellerEngineComponent),
                 Component(kRussianSpellerLexiconComponent)},
        {User("Microsoft\\FrontPage")}},
-      {"WK40", kSpeller,
+      {"WK40", KVIL_SPELLER,
        [](const Seeding&) {
          constexpr char list[] = "SOFTWARE\\Microsoft\\Works\\4.0\\MS Proofing Tools";
          WriteText(HKEY_LOCAL_MACHINE, list, "SpellDict1", "English (United Kingdom):Spelling 2057,0");
@@ -348,10 +349,10 @@ TEST(RegistryViews, ThirtyTwoBitHostsAreAttachedInThe32BitView) {
        Registered(Wow, "MSWORKS\\4.0", "Spelling"),
        {Wow("Microsoft\\Works\\4.0\\MS Proofing Tools"), User("Microsoft\\Works\\4.0\\MS Proofing Tools")}},
       ModernWord(kView32, 14),
-      {"Editor", kGrammar, [](const Seeding&) {},
+      {"Editor", KVIL_GRAMMAR, [](const Seeding&) {},
        {Wow(Record("KVILEDITOR\\8.0")), Wow(Record("KVILEDITOR\\8.0\\Grammar\\1049"))}},
       // Found through App Paths, which both views share; it answers 0 by design.
-      {"InDesign8", kSpeller,
+      {"InDesign8", KVIL_SPELLER,
        [](const Seeding& at) {
          WriteProductPlugins(at.product.options.productDir);
          InstallAdobeApplication(AdobeApplication::kInDesign, at.programs + "\\Adobe\\Adobe InDesign CS6", 8, 0);
@@ -359,35 +360,35 @@ TEST(RegistryViews, ThirtyTwoBitHostsAreAttachedInThe32BitView) {
        {Wow(Record("INDESIGN\\8.0")), Wow(Record("INDESIGN\\8.0\\Spelling")),
         Wow(Record("INDESIGN\\8.0\\Spelling\\1049"))},
        {}, 0},
-      {"CDRW60", kSpeller,
+      {"CDRW60", KVIL_SPELLER,
        [](const Seeding& at) {
          WriteReplacementModules(at.product.StartupDir(1049));
          InstallCorelDraw6(at.programs + "\\Corel\\Config", "..\\Programs", at.programs + "\\Corel\\Programs");
        },
        {Wow(Record("CORELDRW\\6.0\\Spelling\\1049"))}},
       // QuarkXPress 6 is where the Installer registered it, in the 64-bit view.
-      {"QXS40", kSpeller,
+      {"QXS40", KVIL_SPELLER,
        [](const Seeding& at) {
          InstallProductXTensions(at.product.StartupDir(1049));
          InstallQuarkXPress({.folder = at.programs + "\\QuarkXPress 6", .major = 6, .minor = 0});
        },
        {Wow(Record("QuarkXPress\\6.0\\Spelling\\1049"))}},
-      {"LibreOffice4", kSpeller,
+      {"LibreOffice4", KVIL_SPELLER,
        [](const Seeding& at) {
          WriteProductExtension(at.product.options.productDir);
          InstallOfficeSuite(SuiteFamily::kLibreOffice, "4.1.0", at.programs + "\\LibreOffice 4");
        },
        {Wow(Record("SOFFICE\\4.1")), Wow(Record("SOFFICE\\4.1\\Spelling\\1049"))}},
       // Found through its automation server in the 32-bit classes.
-      {"IE70", kSpeller,
+      {"IE70", KVIL_SPELLER,
        [](const Seeding& at) {
          WriteBrowserProductFiles(at.product.options.productDir);
          InstallInternetExplorer7(at.programs + "\\Internet Explorer 7\\iexplore.exe");
        },
        Registered(Wow, "IEXPLORE\\7.0", "Spelling"), {User("Microsoft\\Internet Explorer\\MenuExt\\&KVIL SpellCheck")}},
-      {"TheBat50", kSpeller, [](const Seeding& at) { InstallTheBat(at.programs + "\\The Bat!\\thebat.exe"); },
+      {"TheBat50", KVIL_SPELLER, [](const Seeding& at) { InstallTheBat(at.programs + "\\The Bat!\\thebat.exe"); },
        Registered(Wow, "THEBAT\\6.0", "Spelling") + Keys{Wow(Record("THEBAT\\6.0"))}},
-      {"OUTL_EXPR", kSpeller, [](const Seeding& at) { InstallOutlookExpress4(at.programs + "\\Outlook Express"); },
+      {"OUTL_EXPR", KVIL_SPELLER, [](const Seeding& at) { InstallOutlookExpress4(at.programs + "\\Outlook Express"); },
        Registered(Wow, "MSIMN\\4.72", "Spelling") + Keys{Wow(Record("MSIMN\\4.72"))}},
   };
   for (const Member& member : members) RunMember(member, kView32);
@@ -457,7 +458,7 @@ TEST(RegistryViews, BadInputFollowsTheFirstInstallingValueAndNeverCrossesViews) 
       }
       return InstallKvil(bad.productView, false, bad.startupDirExpandText);
     };
-    RunCase(install, bad.suffix, kSpeller, bad.steps);
+    RunCase(install, bad.suffix, KVIL_SPELLER, bad.steps);
   }
 }
 
