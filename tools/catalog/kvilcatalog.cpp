@@ -67,13 +67,13 @@ std::vector<std::string> SuffixesOf(const char* defFile) {
   return suffixes;
 }
 
-// Every occurrence of folder, in any case (the library and the hosts' keys spell
-// paths as they like), as the placeholder.
 std::string Lower(std::string text) {
   for (char& c : text) c = kvil::AsciiLower(c);
   return text;
 }
 
+// Every occurrence of folder, in any case (the library and the hosts' keys spell
+// paths as they like), as the placeholder.
 std::string WithPlaceholder(std::string text, const std::string& folder) {
   const std::string needle = Lower(folder);
   std::string haystack = Lower(text);
@@ -104,7 +104,9 @@ HostEntry Catalogue(const std::string& suffix, const std::string& machineFolder)
   HostEntry entry;
   entry.suffix = suffix;
   const kvilhosts::LoadResult library = kvilhosts::LoadHostLibrary(kvilhosts::DefaultLibraryPath());
-  if (!library.module) throw std::runtime_error("cannot load kvilintg.dll: " + kvilhosts::DescribeWindowsError(library.error));
+  if (!library.module) {
+    throw std::runtime_error("cannot load kvilintg.dll: " + kvilhosts::DescribeWindowsError(library.error));
+  }
   const std::optional<kvilhosts::HostExports> host = kvilhosts::BindHost(library.module.get(), suffix);
   if (!host) throw std::runtime_error(suffix + " is in the exports but not built");
 
