@@ -165,7 +165,9 @@ int Run(const Invocation& invocation) {
   }
 
   if (invocation.command == Command::kList) {
-    const Survey survey{kvil::ProductInstalledFor64BitHosts(), SurveyHosts(library.module.get(), invocation.lcid)};
+    const std::string loadedPath = ModuleFileName(library.module.get());
+    const Survey survey{loadedPath, ReadFileVersion(loadedPath), kvil::ProductInstalledFor64BitHosts(),
+                        SurveyHosts(library.module.get(), invocation.lcid)};
     const std::string text = invocation.json ? FormatJson(survey) : FormatTable(survey);
     std::fputs(text.c_str(), stdout);
     return kExitSuccess;
