@@ -21,21 +21,24 @@ function(on_failure)
   endif()
 endfunction()
 
-# Usage errors: NAME|<case>|STDERR|<the one line>|ARGS|<arguments...>
+# Usage errors, one line on stderr and exit status 2, and the version, one line
+# on stdout and exit status 0:
+#   NAME|<case>|EXIT|<status>|STDOUT or STDERR|<the line>|ARGS|<arguments...>
 set(usage_cases
-  "NAME|unknown_suffix|STDERR|kvilbench: unknown host suffix 'WW81'\n|ARGS|--suffix|ww80|--suffix|WW81"
-  "NAME|unknown_tool|STDERR|kvilbench: unknown tool 'spelling'\n|ARGS|--tool|spelling"
-  "NAME|unknown_language|STDERR|kvilbench: unknown language '1050'\n|ARGS|--lang|1050"
-  "NAME|bad_rounds|STDERR|kvilbench: --rounds takes a count from 1 to 99, not '0'\n|ARGS|--rounds|0"
-  "NAME|unknown_option|STDERR|kvilbench: unknown option '--json'\n|ARGS|--json"
+  "NAME|unknown_suffix|EXIT|2|STDERR|kvilbench: unknown host suffix 'WW81'\n|ARGS|--suffix|ww80|--suffix|WW81"
+  "NAME|unknown_tool|EXIT|2|STDERR|kvilbench: unknown tool 'spelling'\n|ARGS|--tool|spelling"
+  "NAME|unknown_language|EXIT|2|STDERR|kvilbench: unknown language '1050'\n|ARGS|--lang|1050"
+  "NAME|bad_rounds|EXIT|2|STDERR|kvilbench: --rounds takes a count from 1 to 99, not '0'\n|ARGS|--rounds|0"
+  "NAME|unknown_option|EXIT|2|STDERR|kvilbench: unexpected argument '--json'\n|ARGS|--json|--rounds|2"
+  "NAME|version|EXIT|0|STDOUT|kvilbench 1.0.0\n|ARGS|--rounds|2|--help|--version"
 )
 foreach(row IN LISTS usage_cases)
   string(REPLACE "|" ";" row "${row}")
-  cmake_parse_arguments(expected "" "NAME;STDERR" "ARGS" ${row})
+  cmake_parse_arguments(expected "" "NAME;EXIT;STDOUT;STDERR" "ARGS" ${row})
   if(expected_NAME STREQUAL CASE)
     run_program(${TOOL} ${expected_ARGS})
-    expect_exit(2)
-    expect_text(stdout "")
+    expect_exit(${expected_EXIT})
+    expect_text(stdout "${expected_STDOUT}")
     expect_text(stderr "${expected_STDERR}")
     return()
   endif()

@@ -69,6 +69,12 @@ function(expect_roundtrip host differences)
   endforeach()
 endfunction()
 
+# The library beside the tool as Windows names it (Wine shows / as Z:), and what
+# its version resource says.
+get_filename_component(tool_folder "${TOOL}" DIRECTORY)
+string(REPLACE "/" "\\" library "Z:${tool_folder}/kvilintg.dll")
+set(library_version "1.0.0.0 (Kvil Integration Library, Tervane, Kvil 1.0.0)")
+
 # Cases whose whole output is known, stderr given literally or as a pattern:
 #   NAME|<case>|EXIT|<status>[|STDOUT|<text>][|STDERR|<text>][|STDERR_MATCHES|<regex>]|ARGS|<arguments...>
 # Every usage error is one line on stderr, exit status 2, and happens before the
@@ -77,7 +83,14 @@ set(exact_cases
   "NAME|unknown_suffix|EXIT|2|STDERR|kvilhosts: unknown host suffix 'ww999'\n|ARGS|attach|ww999|speller|ru"
   "NAME|unknown_tool|EXIT|2|STDERR|kvilhosts: unknown tool '4'\n|ARGS|check|Editor|4|ru"
   "NAME|unknown_language|EXIT|2|STDERR|kvilhosts: unknown language '1050'\n|ARGS|detach|Unknown|speller|1050"
-  "NAME|missing_arguments|EXIT|2|STDERR|kvilhosts: attach needs SUFFIX TOOL LANG\n|ARGS|attach|Editor|speller"
+  "NAME|missing_arguments|EXIT|2|STDERR|kvilhosts: LANG is required\n|ARGS|attach|Editor|speller"
+  "NAME|missing_arguments|EXIT|2|STDERR|kvilhosts: A subcommand is required\n|ARGS|--dll|kvilintg.dll"
+  "NAME|missing_arguments|EXIT|2|STDERR|kvilhosts: --dll: 1 required PATH missing\n|ARGS|list|--dll"
+  # The version of the tool, then that of the library it would load, read from
+  # the file without loading it; --version wins over the help and the command.
+  "NAME|version|EXIT|0|STDOUT|kvilhosts 1.0.0\nkvilintg.dll ${library_version}\n|ARGS|--version"
+  "NAME|version|EXIT|0|STDOUT|kvilhosts 1.0.0\nkvilintg.dll ${library_version}\n|ARGS|--help|--version"
+  "NAME|version|EXIT|0|STDOUT|kvilhosts 1.0.0\nC:\\nowhere\\kvilintg.dll: no version resource (error 3)\n|ARGS|list|--version|--dll|C:\\nowhere\\kvilintg.dll"
   "NAME|missing_library|EXIT|1|STDERR_MATCHES|^kvilhosts: cannot load C:\\\\nowhere\\\\kvilintg\\.dll: error [0-9]+[^\n]*\n$|ARGS|--dll|C:\\nowhere\\kvilintg.dll|list"
   # Suffixes match in any case and are printed as the table spells them. A host
   # in the suffix table that the library does not export is not built; a library
@@ -86,10 +99,12 @@ set(exact_cases
   # With no product there is no startup folder, so the Editor cannot be attached.
   "NAME|attach_without_product|EXIT|1|STDOUT|AttachEditor(0, 1049) = 0x00000000 (0): failed\n|ARGS|attach|editor|Speller|ru"
 )
+set(exact_case FALSE)
 foreach(row IN LISTS exact_cases)
   string(REPLACE "|" ";" row "${row}")
   cmake_parse_arguments(expected "" "NAME;EXIT;STDOUT;STDERR;STDERR_MATCHES" "ARGS" ${row})
   if(expected_NAME STREQUAL CASE)
+    set(exact_case TRUE)
     run_program(${TOOL} ${expected_ARGS})
     expect_exit(${expected_EXIT})
     expect_text(stdout "${expected_STDOUT}")
@@ -100,9 +115,11 @@ foreach(row IN LISTS exact_cases)
     else()
       expect_text(stderr "${expected_STDERR}")
     endif()
-    return()
   endif()
 endforeach()
+if(exact_case)
+  return()
+endif()
 
 # Rows of the empty machine's table as printed: the first, each word a tool can
 # show there, a version longer than "x.y", an empty application shown as "-",
@@ -131,12 +148,12 @@ if(CASE STREQUAL "list_table")
   string(REGEX REPLACE "\n$" "" body "${stdout}")
   string(REPLACE "\n" ";" lines "${body}")
   list(LENGTH lines count)
-  if(NOT count EQUAL 106)
-    fail("${count} lines, expected the view, a header and 104 rows")
+  if(NOT count EQUAL 107)
+    fail("${count} lines, expected the library, the view, a header and 104 rows")
   endif()
   list(GET clean_machine_rows 0 -2 -1 rows)
-  list(GET lines 0 1 2 104 105 ends)
-  expect_text(ends "registry view: 32-bit (product installed for 32-bit hosts);suffix        application  version  speller    grammar    thesaurus  hyphenator;${rows}")
+  list(GET lines 0 1 2 3 105 106 ends)
+  expect_text(ends "library: ${library} ${library_version};registry view: 32-bit (product installed for 32-bit hosts);suffix        application  version  speller    grammar    thesaurus  hyphenator;${rows}")
   foreach(row IN LISTS clean_machine_rows)
     expect_line("${row}")
   endforeach()
@@ -149,11 +166,12 @@ elseif(CASE STREQUAL "list_json")
   if(json_error)
     fail("not JSON with a hosts array: ${json_error}")
   endif()
-  string(JSON view GET "${stdout}" registry_view)
   string(JSON first GET "${stdout}" hosts 0 suffix)
   string(JSON second_last GET "${stdout}" hosts 102 suffix)
   string(JSON last GET "${stdout}" hosts 103 suffix)
-  expect_text(view "32-bit")
+  # The library loaded, as Windows names it, and its version resource.
+  string(REPLACE "\\" "\\\\" library "${library}")
+  expect_line("{\"library\":{\"path\":\"${library}\",\"file_version\":\"1.0.0.0\",\"product_version\":\"1.0.0\"},\"registry_view\":\"32-bit\",\"hosts\":[")
   if(NOT "${count} ${first} ${second_last} ${last}" STREQUAL "104 WW70 Editor Unknown")
     fail("expected 104 objects in the table's order, from WW70 to the Editor and Unknown")
   endif()
@@ -189,7 +207,7 @@ elseif(CASE STREQUAL "list_json")
   expect_text(view "64-bit")
   run_tool(list)
   expect_exit(0)
-  if(NOT stdout MATCHES "^registry view: 64-bit \\(product installed for 64-bit hosts\\)\nsuffix ")
+  if(NOT stdout MATCHES "^library: [^\n]*\nregistry view: 64-bit \\(product installed for 64-bit hosts\\)\nsuffix ")
     fail("the table does not start with the 64-bit view")
   endif()
   remove_wine_prefix("${prefix}")
@@ -200,9 +218,9 @@ elseif(CASE STREQUAL "journal_usage")
   # they share:  <arguments>|<the one line on stderr>
   set(refusals
     "detach|WW80|grammar8|ru|--journal|--json|unknown tool 'grammar8'"
-    "roundtrip|Editor|speller|roundtrip needs SUFFIX TOOL LANG"
-    "check|Editor|speller|ru|--journal|--journal belongs to attach and detach, not check"
-    "attach|Editor|speller|ru|--json|--json belongs to list and to --journal, not attach"
+    "roundtrip|Editor|speller|LANG is required"
+    "check|Editor|speller|ru|--journal|unexpected argument '--journal'"
+    "attach|Editor|speller|ru|--json|--json requires --journal"
   )
   foreach(row IN LISTS refusals)
     string(REPLACE "|" ";" arguments "${row}")

@@ -33,22 +33,17 @@
 #include "host_library.h"
 #include "journal.h"
 #include "journal_session.h"
-#include "kvil_version.h"
 #include "office_fixture.h"
 #include "product_fixture.h"
 #include "registry_view.h"
 #include "scratch_machine.h"
 #include "survey.h"
+#include "tool_app.h"
 #include "tool_kinds.h"
 
 namespace {
 
 using kvilhosts::ToolState;
-
-constexpr char kUsage[] =
-    "usage: kvilcatalog EXPORTS.def > hosts.md\n"
-    "Seeds this machine with every host (run it only in a Wine prefix of its own) and\n"
-    "writes what attaching each host's Russian speller, or its first tool, changes.\n";
 
 constexpr char kMachinePlaceholder[] = "<machine>";
 
@@ -220,21 +215,20 @@ bool RunningUnderWine() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::string_view first = argc > 1 ? argv[1] : "";
-  if (argc == 2 && first == "--version") {
-    std::printf("kvilcatalog %s\n", KVIL_VERSION_TEXT);
-    return 0;
-  }
-  if (argc != 2 || first.starts_with("-")) {
-    std::fputs(kUsage, stderr);
-    return 2;
-  }
+  CLI::App app{"Seeds this machine with every host (run it only in a Wine prefix of its own) and\n"
+               "writes what attaching each host's Russian speller, or its first tool, changes.",
+               "kvilcatalog"};
+  kvil::tools::SetUpToolApp(app, "Writes the page to standard output: kvilcatalog EXPORTS.def > hosts.md\n"
+                                 "Exit status: 0 written, 1 failed, 2 usage error.");
+  std::string exports;
+  app.add_option("EXPORTS.def", exports, "The module-definition file naming the hosts")->required();
+  if (const std::optional<int> exitStatus = kvil::tools::ParseOrExit(app, argc, argv)) return *exitStatus;
   if (!RunningUnderWine()) {
     std::fputs("kvilcatalog: refusing to seed hosts into a real Windows; run it under Wine\n", stderr);
     return 1;
   }
   try {
-    return Run(argv[1]);
+    return Run(exports.c_str());
   } catch (const std::exception& error) {
     std::fprintf(stderr, "kvilcatalog: %s\n", error.what());
   }

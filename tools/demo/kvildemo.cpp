@@ -28,6 +28,7 @@
 #include "registry_probe.h"
 #include "registry_view.h"
 #include "replacement_fixture.h"
+#include "tool_app.h"
 #include "version_fixture.h"
 #include "win32_support.h"
 
@@ -290,17 +291,16 @@ int Seed() {
   }
 }
 
-int Usage() {
-  std::fprintf(stderr,
-               "usage: kvildemo seed\n"
-               "  seed  install Kvil 8.0 (Russian, Ukrainian) and the hosts it attaches to into\n"
-               "        this machine, as 32-bit programs on 64-bit Windows\n");
-  return 2;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc == 2 && std::string_view(argv[1]) == "seed") return Seed();
-  return Usage();
+  CLI::App app{"Installs Kvil 8.0 (Russian, Ukrainian) and the hosts it attaches to into this\n"
+               "machine, as 32-bit programs on 64-bit Windows, for trying the library by hand.",
+               "kvildemo"};
+  kvil::tools::SetUpToolApp(app, "Exit status: 0 seeded, 1 seeding failed, 2 usage error.");
+  app.fallthrough();
+  app.add_subcommand("seed", "Seeds this machine");
+  app.require_subcommand(1);
+  if (const std::optional<int> exitStatus = kvil::tools::ParseOrExit(app, argc, argv)) return *exitStatus;
+  return Seed();
 }

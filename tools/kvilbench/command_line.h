@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,7 +16,6 @@ inline constexpr int kDefaultRounds = 5;
 inline constexpr int kMaxRounds = 99;
 
 struct BenchOptions {
-  bool help = false;
   std::optional<std::string> libraryPath;  // --dll; the default library otherwise
   // --suffix, as the table spells them; every suffix of the table when empty.
   std::vector<std::string_view> suffixes;
@@ -29,12 +27,11 @@ struct BenchOptions {
 
 struct ParsedCommandLine {
   BenchOptions options;
-  std::string usageError;  // one line, without the program name; empty when valid
+  // Set when the benchmark is to stop at once: after the help or the version
+  // (0), or after a usage error, reported on standard error (2).
+  std::optional<int> exitStatus;
 };
 
-// args excludes the program name.
-ParsedCommandLine ParseCommandLine(std::span<const std::string_view> args);
-
-extern const char kUsage[];
+ParsedCommandLine ParseCommandLine(int argc, char** argv);
 
 }  // namespace kvilbench

@@ -34,7 +34,6 @@ namespace {
 
 constexpr int kExitSuccess = 0;
 constexpr int kExitFailure = 1;  // the machine could not be seeded or the library loaded
-constexpr int kExitUsage = 2;
 
 constexpr double kSurveyTarget = 2000;
 constexpr double kAttachTarget = 50;
@@ -294,16 +293,8 @@ int Run(const BenchOptions& options) {
 }
 
 int Main(int argc, char** argv) {
-  const std::vector<std::string_view> args(argv + 1, argv + argc);
-  const ParsedCommandLine parsed = ParseCommandLine(args);
-  if (!parsed.usageError.empty()) {
-    PrintError(parsed.usageError);
-    return kExitUsage;
-  }
-  if (parsed.options.help) {
-    std::fputs(kUsage, stdout);
-    return kExitSuccess;
-  }
+  const ParsedCommandLine parsed = ParseCommandLine(argc, argv);
+  if (parsed.exitStatus) return *parsed.exitStatus;
   // A library that fails to load must come back as an error code, never as a
   // system dialog waiting for a click.
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);

@@ -3,7 +3,7 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,19 +37,17 @@ struct ChildOptions {
 };
 
 struct ParsedCommandLine {
-  bool help = false;
   bool child = false;
   FuzzOptions fuzz;
   ChildOptions batch;
-  std::string usageError;  // one line, without the program name; empty when valid
+  // Set when the fuzzer is to stop at once: after the help or the version (0),
+  // or after a usage error, reported on standard error (2).
+  std::optional<int> exitStatus;
 };
 
-// args excludes the program name.
-ParsedCommandLine ParseCommandLine(std::span<const std::string_view> args);
+ParsedCommandLine ParseCommandLine(int argc, char** argv);
 
-// The first words of the internal child command line.
+// The option that starts the internal child command line.
 inline constexpr std::string_view kChildFlag = "--child";
-
-extern const char kUsage[];
 
 }  // namespace kvilfuzz

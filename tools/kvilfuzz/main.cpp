@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <exception>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "child_run.h"
@@ -69,16 +68,8 @@ int Fuzz(const FuzzOptions& options, const std::string& library) {
 }  // namespace kvilfuzz
 
 int main(int argc, char** argv) {
-  std::vector<std::string_view> args(argv + 1, argv + argc);
-  const kvilfuzz::ParsedCommandLine parsed = kvilfuzz::ParseCommandLine(args);
-  if (!parsed.usageError.empty()) {
-    std::fprintf(stderr, "kvilfuzz: %s\n", parsed.usageError.c_str());
-    return kvilfuzz::kExitUsage;
-  }
-  if (parsed.help) {
-    std::fputs(kvilfuzz::kUsage, stdout);
-    return kvilfuzz::kExitPassed;
-  }
+  const kvilfuzz::ParsedCommandLine parsed = kvilfuzz::ParseCommandLine(argc, argv);
+  if (parsed.exitStatus) return *parsed.exitStatus;
   try {
     if (parsed.child) {
       kvilfuzz::RunBatch(parsed.batch);

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 
@@ -12,10 +11,10 @@
 
 namespace kvilhosts {
 
-enum class Command { kHelp, kList, kAttach, kDetach, kCheck, kRoundtrip };
+enum class Command { kList, kAttach, kDetach, kCheck, kRoundtrip };
 
 struct Invocation {
-  Command command = Command::kHelp;
+  Command command = Command::kList;
   std::optional<std::string> libraryPath;  // --dll; the default library otherwise
   // list
   std::int32_t lcid = kRussian;
@@ -33,12 +32,11 @@ struct Invocation {
 
 struct ParsedCommandLine {
   Invocation invocation;
-  std::string usageError;  // one line, without the program name; empty when valid
+  // Set when the tool is to stop at once: after the help or the version (0), or
+  // after a usage error, reported on standard error (2).
+  std::optional<int> exitStatus;
 };
 
-// args excludes the program name.
-ParsedCommandLine ParseCommandLine(std::span<const std::string_view> args);
-
-extern const char kUsage[];
+ParsedCommandLine ParseCommandLine(int argc, char** argv);
 
 }  // namespace kvilhosts

@@ -40,11 +40,4 @@ std::optional<std::int32_t> ParseLanguage(std::string_view text) {
   return lcid;
 }
 
-std::string Quoted(std::string_view text) {
-  std::string quoted = "'";
-  quoted += text;
-  quoted += '\'';
-  return quoted;
-}
-
 }  // namespace kvilhosts

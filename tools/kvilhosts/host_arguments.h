@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <string_view>
 
 namespace kvilhosts {
@@ -16,8 +15,5 @@ inline constexpr std::int32_t kUkrainian = 1058;
 std::optional<std::int32_t> ParseToolKind(std::string_view text);
 // An LCID the library knows, in decimal, or "ru" / "uk".
 std::optional<std::int32_t> ParseLanguage(std::string_view text);
-
-// A word as the tools quote it in their one-line errors: 'word'.
-std::string Quoted(std::string_view text);
 
 }  // namespace kvilhosts

@@ -14,20 +14,25 @@ constexpr std::int32_t kInfoCapacity = 520;
 
 }  // namespace
 
-std::string DefaultLibraryPath() {
+std::string ModuleFileName(HMODULE module) {
   std::string path(MAX_PATH, '\0');
   for (;;) {
-    const DWORD written = GetModuleFileNameA(nullptr, path.data(), static_cast<DWORD>(path.size()));
-    if (written == 0) return std::string(kLibraryFileName);
+    const DWORD written = GetModuleFileNameA(module, path.data(), static_cast<DWORD>(path.size()));
+    if (written == 0) return {};
     if (written < path.size()) {
       path.resize(written);
-      break;
+      return path;
     }
     // Truncated: the name did not fit with its terminator. Windows paths stop
     // at 32767 characters.
-    if (path.size() > 32767) return std::string(kLibraryFileName);
+    if (path.size() > 32767) return {};
     path.resize(path.size() * 2);
   }
+}
+
+std::string DefaultLibraryPath() {
+  std::string path = ModuleFileName(nullptr);
+  if (path.empty()) return std::string(kLibraryFileName);
   const std::size_t slash = path.find_last_of("\\/");
   path.resize(slash == std::string::npos ? 0 : slash + 1);
   path += kLibraryFileName;

@@ -21,6 +21,10 @@ struct FreeLibraryDeleter {
 };
 using UniqueModule = std::unique_ptr<std::remove_pointer_t<HMODULE>, FreeLibraryDeleter>;
 
+// The full path Windows gives for a loaded module (the running executable for
+// nullptr); empty when it gives none.
+std::string ModuleFileName(HMODULE module);
+
 // kvilintg.dll beside the running executable, where the build and the setup put it.
 std::string DefaultLibraryPath();
 

@@ -29,7 +29,6 @@ namespace {
 
 constexpr int kExitSuccess = 0;
 constexpr int kExitRefused = 1;  // the library could not be used, or the host said no
-constexpr int kExitUsage = 2;
 
 void PrintError(const std::string& message) {
   std::fputs(("kvilhosts: " + message + "\n").c_str(), stderr);
@@ -166,7 +165,9 @@ int Run(const Invocation& invocation) {
   }
 
   if (invocation.command == Command::kList) {
-    const Survey survey{kvil::ProductInstalledFor64BitHosts(), SurveyHosts(library.module.get(), invocation.lcid)};
+    const std::string loadedPath = ModuleFileName(library.module.get());
+    const Survey survey{loadedPath, ReadFileVersion(loadedPath), kvil::ProductInstalledFor64BitHosts(),
+                        SurveyHosts(library.module.get(), invocation.lcid)};
     const std::string text = invocation.json ? FormatJson(survey) : FormatTable(survey);
     std::fputs(text.c_str(), stdout);
     return kExitSuccess;
@@ -182,20 +183,8 @@ int Run(const Invocation& invocation) {
 }
 
 int Main(int argc, char** argv) {
-  if (argc < 2) {
-    std::fputs(kUsage, stderr);
-    return kExitUsage;
-  }
-  const std::vector<std::string_view> args(argv + 1, argv + argc);
-  const ParsedCommandLine parsed = ParseCommandLine(args);
-  if (!parsed.usageError.empty()) {
-    PrintError(parsed.usageError);
-    return kExitUsage;
-  }
-  if (parsed.invocation.command == Command::kHelp) {
-    std::fputs(kUsage, stdout);
-    return kExitSuccess;
-  }
+  const ParsedCommandLine parsed = ParseCommandLine(argc, argv);
+  if (parsed.exitStatus) return *parsed.exitStatus;
   // A library that fails to load must come back as an error code, never as a
   // system dialog waiting for a click.
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);

@@ -107,8 +107,9 @@ std::string FormatTable(const Survey& survey) {
     }
   }
 
-  std::string text = "registry view: " + std::string(ViewWord(survey)) + " (product installed for " +
-                     std::string(ViewWord(survey)) + " hosts)\n";
+  std::string text = "library: " + FileVersionLine(survey.libraryPath, survey.libraryVersion) + "\n";
+  text += "registry view: " + std::string(ViewWord(survey)) + " (product installed for " +
+          std::string(ViewWord(survey)) + " hosts)\n";
   for (const Cells& cells : lines) {
     std::string line;
     for (std::size_t column = 0; column < kColumnCount; ++column) {
@@ -143,7 +144,11 @@ std::string JsonString(std::string_view ansi) {
 
 std::string FormatJson(const Survey& survey) {
   const std::span<const HostRow> rows = survey.hosts;
-  std::string json = "{\"registry_view\":" + JsonString(ViewWord(survey)) + ",\"hosts\":[\n";
+  const std::optional<FileVersion>& version = survey.libraryVersion.version;
+  std::string json = "{\"library\":{\"path\":" + JsonString(survey.libraryPath);
+  json += ",\"file_version\":" + (version ? JsonString(version->fileVersion) : "null");
+  json += ",\"product_version\":" + (version ? JsonString(version->productVersion) : "null");
+  json += "},\"registry_view\":" + JsonString(ViewWord(survey)) + ",\"hosts\":[\n";
   for (std::size_t i = 0; i < rows.size(); ++i) {
     const HostRow& row = rows[i];
     json += "  {\"suffix\":" + JsonString(row.suffix);

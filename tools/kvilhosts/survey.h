@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "file_version.h"
 #include "host_contract.h"
 #include "host_library.h"
 
@@ -40,6 +41,9 @@ struct HostRow {
 std::vector<HostRow> SurveyHosts(HMODULE module, std::int32_t lcid);
 
 struct Survey {
+  // The library the survey loaded, as Windows names it, and its version resource.
+  std::string libraryPath;
+  FileVersionRead libraryVersion;
   // The registry view the product's keys and its hosts' keys are reached in:
   // the 64-bit one when the product was installed for 64-bit hosts, which is
   // what the library finds out for each export.
@@ -47,11 +51,13 @@ struct Survey {
   std::vector<HostRow> hosts;
 };
 
-// "registry view: 32-bit (product installed for 32-bit hosts)", then the hosts'
-// columns aligned with two spaces between them, a header first, no trailing blanks.
+// "library: <path> 1.0.0.0 (...)", "registry view: 32-bit (product installed
+// for 32-bit hosts)", then the hosts' columns aligned with two spaces between
+// them, a header first, no trailing blanks.
 std::string FormatTable(const Survey& survey);
-// An object: "registry_view" ("32-bit" or "64-bit") and "hosts", an array with
-// one object per row, one row per line.
+// An object: "library" (its "path", "file_version" and "product_version", null
+// without a version resource), "registry_view" ("32-bit" or "64-bit") and
+// "hosts", an array with one object per row, one row per line.
 std::string FormatJson(const Survey& survey);
 
 // A JSON string literal for ANSI text: the bytes are read in the system code page
