@@ -8,9 +8,24 @@
 #include <cstdint>
 
 #include "export_scope.h"
-#include "host_contract.h"
+#include "kvilintg.h"
 
 namespace kvil {
+
+// The public header's results and tool kinds, in the library's own spelling.
+using HostResult = KvilResult;
+
+inline constexpr HostResult kNotApplicable = KVIL_NOT_APPLICABLE;
+
+enum ToolKind : std::int32_t {
+  kSpeller = KVIL_SPELLER,
+  kGrammar = KVIL_GRAMMAR,
+  kThesaurus = KVIL_THESAURUS,
+  kHyphenator = KVIL_HYPHENATOR,
+};
+inline constexpr int kToolKindCount = KVIL_TOOL_KIND_COUNT;
+
+constexpr bool IsToolKind(std::int32_t kind) { return kind >= kSpeller && kind <= kHyphenator; }
 
 // Selects a proofing-tools registry tree: the product's own, Word 95's per-user
 // tree, or Office's shared tree. Generation 2 spells the hyphenator "Hyphenation".

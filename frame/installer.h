@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "bounded_text.h"
-#include "host_contract.h"
+#include "contract.h"
 
 namespace kvil {
 

@@ -12,7 +12,7 @@
 //    files are moved to "<name>.ORIG" and back.
 #pragma once
 
-#include "host_contract.h"
+#include "contract.h"
 
 namespace kvil::modern {
 

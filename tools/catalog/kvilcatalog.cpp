@@ -29,7 +29,7 @@
 #include "every_host.h"
 #include "frontpage_fixture.h"
 #include "host_arguments.h"
-#include "host_contract.h"
+#include "kvilintg.h"
 #include "host_library.h"
 #include "journal.h"
 #include "journal_session.h"
@@ -79,15 +79,15 @@ std::string WithPlaceholder(std::string text, const std::string& folder) {
   return text;
 }
 
-std::string Answer(kvil::HostResult result) {
-  if (result == kvil::kNotApplicable) return "0xFFFFFFFF (not applicable)";
-  return std::to_string(result) + (result == kvil::kHostNo ? " (no)" : " (done)");
+std::string Answer(KvilResult result) {
+  if (result == KVIL_NOT_APPLICABLE) return "0xFFFFFFFF (not applicable)";
+  return std::to_string(result) + (result == KVIL_NO ? " (no)" : " (done)");
 }
 
 struct HostEntry {
   std::string suffix;
   kvilhosts::HostInfo info;
-  std::array<ToolState, kvil::kToolKindCount> tools{};
+  std::array<ToolState, KVIL_TOOL_KIND_COUNT> tools{};
   std::optional<std::int32_t> attachedKind;  // none when the host takes no tool
   std::string attach, detach, journal;
   bool complete = true;
@@ -105,8 +105,8 @@ HostEntry Catalogue(const std::string& suffix, const std::string& machineFolder)
   const std::optional<kvilhosts::HostExports> host = kvilhosts::BindHost(library.module.get(), suffix);
   if (!host) throw std::runtime_error(suffix + " is in the exports but not built");
 
-  entry.info = kvilhosts::ReadHostInfo(*host, kvil::kSpeller, kvilhosts::kRussian);
-  for (std::int32_t kind = 0; kind < kvil::kToolKindCount; ++kind) {
+  entry.info = kvilhosts::ReadHostInfo(*host, KVIL_SPELLER, kvilhosts::kRussian);
+  for (std::int32_t kind = 0; kind < KVIL_TOOL_KIND_COUNT; ++kind) {
     entry.tools[kind] = kvilhosts::SurveyTool(*host, kind, kvilhosts::kRussian);
     if (!entry.attachedKind && entry.tools[kind] != ToolState::kNotApplicable) entry.attachedKind = kind;
   }

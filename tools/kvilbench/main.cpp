@@ -19,7 +19,7 @@
 #include "every_host.h"
 #include "frontpage_fixture.h"
 #include "handles.h"
-#include "host_contract.h"
+#include "kvilintg.h"
 #include "host_library.h"
 #include "host_suffixes.h"
 #include "office_fixture.h"
@@ -45,7 +45,7 @@ constexpr std::size_t kCostliestSurveyRows = 10;
 // first language, a read most exports make themselves.
 constexpr char kReferenceValue[] = "Kvil startup dir";
 
-using KindSamples = std::array<std::vector<double>, kvil::kToolKindCount>;
+using KindSamples = std::array<std::vector<double>, KVIL_TOOL_KIND_COUNT>;
 
 void PrintError(const std::string& message) { std::fputs(("kvilbench: " + message + "\n").c_str(), stderr); }
 
@@ -84,7 +84,7 @@ Selection Select(const BenchOptions& options, HMODULE library) {
       selection.notBuilt.push_back(suffix);
     }
   }
-  for (std::int32_t kind = 0; kind < kvil::kToolKindCount; ++kind) {
+  for (std::int32_t kind = 0; kind < KVIL_TOOL_KIND_COUNT; ++kind) {
     if (!options.kind || *options.kind == kind) selection.kinds.push_back(kind);
   }
   return selection;
@@ -99,7 +99,7 @@ struct Samples {
   std::vector<KindSamples> attach;
   std::vector<KindSamples> detach;
   // What each Attach answered in the last round.
-  std::vector<std::array<std::optional<kvil::HostResult>, kvil::kToolKindCount>> attachAnswers;
+  std::vector<std::array<std::optional<KvilResult>, KVIL_TOOL_KIND_COUNT>> attachAnswers;
 };
 
 // The unit: open the key, query the value, close the key, as the library's
@@ -171,7 +171,7 @@ void AttachRound(const Selection& selection, ReferenceRead& reference, Samples& 
     const double unit = reference.Measure();
     for (const std::int32_t kind : selection.kinds) {
       const Stopwatch attachWatch;
-      const kvil::HostResult answer = host.attach(kind, selection.lcid, 0, 0);
+      const KvilResult answer = host.attach(kind, selection.lcid, 0, 0);
       samples.attach[index][kind].push_back(ReadEquivalents(attachWatch.ElapsedSeconds(), unit));
       samples.attachAnswers[index][kind] = answer;
       const Stopwatch detachWatch;
@@ -246,7 +246,7 @@ std::string FormatReport(const BenchOptions& options, const Selection& selection
     const KindCost detach = Costliest(selection, samples.detach[index]);
     int done = 0;
     for (const auto& answer : samples.attachAnswers[index]) {
-      if (answer && *answer != kvil::kHostNo && *answer != kvil::kNotApplicable) ++done;
+      if (answer && *answer != KVIL_NO && *answer != KVIL_NOT_APPLICABLE) ++done;
     }
     report += Format("  %-14s %8.1f  %-10s %8.1f  %d/%zu\n", std::string(selection.hosts[index].suffix).c_str(),
                      attach.cost, std::string(kvilhosts::kToolKindNames[attach.kind]).c_str(), detach.cost, done,

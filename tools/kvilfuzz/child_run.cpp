@@ -13,7 +13,7 @@
 
 #include "damage.h"
 #include "guarded_buffer.h"
-#include "host_contract.h"
+#include "kvilintg.h"
 #include "host_library.h"
 #include "host_suffixes.h"
 #include "machine_image.h"
@@ -151,7 +151,7 @@ class HostDriver {
 
   void Survey() {
     for (const BoundHost& host : hosts_) {
-      for (std::int32_t kind = 0; kind < kvil::kToolKindCount; ++kind) {
+      for (std::int32_t kind = 0; kind < KVIL_TOOL_KIND_COUNT; ++kind) {
         Call("Exist", host, kind, host.exports.exist);
         Info(host, kind);
         Call("Avail", host, kind, host.exports.avail);
@@ -163,7 +163,7 @@ class HostDriver {
   // The two exports that hand the caller a program's path.
   void ProgramPaths() {
     for (const char* name : {"GetIEFullExePath", "GetTheBatFullExePath"}) {
-      const auto path = reinterpret_cast<kvil::IeFullExePathExport>(GetProcAddress(library_, name));
+      const auto path = reinterpret_cast<KvilGetIEFullExePathProc>(GetProcAddress(library_, name));
       if (path == nullptr) continue;
       const std::size_t capacity = DrawCapacity();
       char* buffer = buffer_.Prepare(capacity);
@@ -175,12 +175,12 @@ class HostDriver {
 
   void AttachAndDetachEvery() {
     for (const BoundHost& host : hosts_) {
-      for (std::int32_t kind = 0; kind < kvil::kToolKindCount; ++kind) {
+      for (std::int32_t kind = 0; kind < KVIL_TOOL_KIND_COUNT; ++kind) {
         Call("Attach", host, kind, host.exports.attach);
       }
     }
     for (const BoundHost& host : hosts_) {
-      for (std::int32_t kind = 0; kind < kvil::kToolKindCount; ++kind) {
+      for (std::int32_t kind = 0; kind < KVIL_TOOL_KIND_COUNT; ++kind) {
         Call("Detach", host, kind, host.exports.detach);
       }
     }
@@ -204,7 +204,7 @@ class HostDriver {
     g_call = {};
   }
 
-  void Call(const char* operation, const BoundHost& host, std::int32_t kind, kvil::ExistExport exported) {
+  void Call(const char* operation, const BoundHost& host, std::int32_t kind, KvilExistProc exported) {
     Guard({.operation = operation, .suffix = host.suffix, .kind = kind, .lcid = kRussian},
           [&] { exported(kind, kRussian, 0, 0); });
   }

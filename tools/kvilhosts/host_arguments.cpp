@@ -4,7 +4,7 @@
 #include <array>
 #include <charconv>
 
-#include "host_contract.h"
+#include "kvilintg.h"
 #include "host_suffixes.h"
 #include "tool_kinds.h"
 
@@ -20,10 +20,10 @@ constexpr std::array<std::int32_t, 11> kKnownLanguages = {
 }  // namespace
 
 std::optional<std::int32_t> ParseToolKind(std::string_view text) {
-  for (std::int32_t kind = 0; kind < kvil::kToolKindCount; ++kind) {
+  for (std::int32_t kind = 0; kind < KVIL_TOOL_KIND_COUNT; ++kind) {
     if (EqualsIgnoringCase(text, kToolKindNames[kind])) return kind;
   }
-  if (text.size() == 1 && text[0] >= '0' && text[0] < '0' + kvil::kToolKindCount) return text[0] - '0';
+  if (text.size() == 1 && text[0] >= '0' && text[0] < '0' + KVIL_TOOL_KIND_COUNT) return text[0] - '0';
   return std::nullopt;
 }
 

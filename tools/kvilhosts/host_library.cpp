@@ -68,21 +68,21 @@ std::string DescribeWindowsError(DWORD error) {
 }
 
 std::optional<HostExports> BindHost(HMODULE module, std::string_view suffix) {
-  std::array<FARPROC, std::size(kvil::kHostOperationNames)> procs{};
-  for (std::size_t i = 0; i < procs.size(); ++i) {
-    std::string name = kvil::kHostOperationNames[i];
-    name += suffix;
-    procs[i] = GetProcAddress(module, name.c_str());
-    if (procs[i] == nullptr) return std::nullopt;
-  }
-  // kHostOperationNames is ordered Exist, Info, Avail, Attach, Detach, Check.
   HostExports host;
-  host.exist = reinterpret_cast<kvil::ExistExport>(procs[0]);
-  host.info = reinterpret_cast<kvil::InfoExport>(procs[1]);
-  host.avail = reinterpret_cast<kvil::AvailExport>(procs[2]);
-  host.attach = reinterpret_cast<kvil::AttachExport>(procs[3]);
-  host.detach = reinterpret_cast<kvil::DetachExport>(procs[4]);
-  host.check = reinterpret_cast<kvil::CheckExport>(procs[5]);
+  bool bound = true;
+  const auto bind = [&]<typename Export>(Export& target, std::string_view word) {
+    const std::string name = std::string(word) + std::string(suffix);
+    const FARPROC proc = GetProcAddress(module, name.c_str());
+    bound = bound && proc != nullptr;
+    target = reinterpret_cast<Export>(proc);
+  };
+  bind(host.exist, "Exist");
+  bind(host.info, "Info");
+  bind(host.avail, "Avail");
+  bind(host.attach, "Attach");
+  bind(host.detach, "Detach");
+  bind(host.check, "Check");
+  if (!bound) return std::nullopt;
   return host;
 }
 

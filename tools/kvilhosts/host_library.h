@@ -12,7 +12,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "host_contract.h"
+#include "kvilintg.h"
 
 namespace kvilhosts {
 
@@ -40,12 +40,12 @@ std::string DescribeWindowsError(DWORD error);
 
 // One host module's six exports.
 struct HostExports {
-  kvil::ExistExport exist = nullptr;
-  kvil::InfoExport info = nullptr;
-  kvil::AvailExport avail = nullptr;
-  kvil::AttachExport attach = nullptr;
-  kvil::DetachExport detach = nullptr;
-  kvil::CheckExport check = nullptr;
+  KvilExistProc exist = nullptr;
+  KvilInfoProc info = nullptr;
+  KvilAvailProc avail = nullptr;
+  KvilAttachProc attach = nullptr;
+  KvilDetachProc detach = nullptr;
+  KvilCheckProc check = nullptr;
 };
 
 // Binds Exist<suffix> ... Check<suffix>; empty unless all six are exported, as a

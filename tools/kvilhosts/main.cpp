@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "command_line.h"
-#include "host_contract.h"
+#include "kvilintg.h"
 #include "host_library.h"
 #include "journal.h"
 #include "journal_session.h"
@@ -41,14 +41,14 @@ struct OperationOutcome {
 
 // Attach and Detach report success as any non-zero word except the all-bits
 // "not applicable"; Check answers exactly 1 for an attached tool.
-OperationOutcome Interpret(Command command, kvil::HostResult result) {
-  if (result == kvil::kNotApplicable) return {"not applicable", false};
+OperationOutcome Interpret(Command command, KvilResult result) {
+  if (result == KVIL_NOT_APPLICABLE) return {"not applicable", false};
   if (command == Command::kCheck) {
-    if (result == kvil::kHostYes) return {"attached", true};
-    if (result == kvil::kHostNo) return {"not attached", false};
+    if (result == KVIL_YES) return {"attached", true};
+    if (result == KVIL_NO) return {"not attached", false};
     return {"unexpected answer", false};
   }
-  if (result == kvil::kHostNo) return {"failed", false};
+  if (result == KVIL_NO) return {"failed", false};
   return {"done", true};
 }
 
@@ -59,7 +59,7 @@ struct ExportCall {
 
 ExportCall CallExport(Command command, const HostExports& host, const Invocation& invocation) {
   const char* word = "Check";
-  kvil::CheckExport operation = host.check;
+  KvilCheckProc operation = host.check;
   if (command == Command::kAttach) {
     word = "Attach";
     operation = host.attach;
@@ -67,7 +67,7 @@ ExportCall CallExport(Command command, const HostExports& host, const Invocation
     word = "Detach";
     operation = host.detach;
   }
-  const kvil::HostResult result = operation(invocation.kind, invocation.lcid, 0, 0);
+  const KvilResult result = operation(invocation.kind, invocation.lcid, 0, 0);
   const OperationOutcome outcome = Interpret(command, result);
   std::array<char, 160> line{};
   std::snprintf(line.data(), line.size(), "%s%.*s(%d, %d) = 0x%08X (%d): %s\n", word,

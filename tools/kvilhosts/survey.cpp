@@ -9,7 +9,7 @@ namespace kvilhosts {
 namespace {
 
 constexpr std::string_view kNotBuilt = "not built";
-constexpr std::size_t kColumnCount = 3 + kvil::kToolKindCount;
+constexpr std::size_t kColumnCount = 3 + KVIL_TOOL_KIND_COUNT;
 
 void AppendHex4(std::string& out, unsigned value) {
   constexpr char kDigits[] = "0123456789abcdef";
@@ -51,11 +51,11 @@ std::string_view ToolStateWord(ToolState state) {
 }
 
 ToolState SurveyTool(const HostExports& host, std::int32_t kind, std::int32_t lcid) {
-  const kvil::HostResult exist = host.exist(kind, lcid, 0, 0);
-  if (exist == kvil::kNotApplicable) return ToolState::kNotApplicable;
-  if (exist == kvil::kHostNo) return ToolState::kAbsent;
-  if (host.check(kind, lcid, 0, 0) == kvil::kHostYes) return ToolState::kAttached;
-  if (host.avail(kind, lcid, 0, 0) == kvil::kHostYes) return ToolState::kAvailable;
+  const KvilResult exist = host.exist(kind, lcid, 0, 0);
+  if (exist == KVIL_NOT_APPLICABLE) return ToolState::kNotApplicable;
+  if (exist == KVIL_NO) return ToolState::kAbsent;
+  if (host.check(kind, lcid, 0, 0) == KVIL_YES) return ToolState::kAttached;
+  if (host.avail(kind, lcid, 0, 0) == KVIL_YES) return ToolState::kAvailable;
   return ToolState::kInstalled;
 }
 
@@ -70,8 +70,8 @@ std::vector<HostRow> SurveyHosts(HMODULE module, std::int32_t lcid) {
     row.built = true;
     // The reference hosts ignore Info's kind and language; the speller is the
     // one kind every host takes.
-    row.info = ReadHostInfo(*host, kvil::kSpeller, lcid);
-    for (std::int32_t kind = 0; kind < kvil::kToolKindCount; ++kind) {
+    row.info = ReadHostInfo(*host, KVIL_SPELLER, lcid);
+    for (std::int32_t kind = 0; kind < KVIL_TOOL_KIND_COUNT; ++kind) {
       row.tools[static_cast<std::size_t>(kind)] = SurveyTool(*host, kind, lcid);
     }
   }

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "file_version.h"
-#include "host_contract.h"
+#include "kvilintg.h"
 #include "host_library.h"
 
 namespace kvilhosts {
@@ -33,7 +33,7 @@ struct HostRow {
   std::string_view suffix;
   bool built = false;
   HostInfo info;
-  std::array<ToolState, kvil::kToolKindCount> tools{};
+  std::array<ToolState, KVIL_TOOL_KIND_COUNT> tools{};
 };
 
 // One row per suffix of the table, in its order; hosts that are not built are

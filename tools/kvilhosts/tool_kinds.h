@@ -4,11 +4,11 @@
 #include <array>
 #include <string_view>
 
-#include "host_contract.h"
+#include "kvilintg.h"
 
 namespace kvilhosts {
 
-inline constexpr std::array<std::string_view, kvil::kToolKindCount> kToolKindNames = {
+inline constexpr std::array<std::string_view, KVIL_TOOL_KIND_COUNT> kToolKindNames = {
     "speller", "grammar", "thesaurus", "hyphenator"};
 
 }  // namespace kvilhosts
