@@ -5,7 +5,7 @@ install(TARGETS kvilintg kvilhosts RUNTIME DESTINATION bin)
 install(FILES ${PROJECT_SOURCE_DIR}/include/kvilintg.h DESTINATION include)
 install(FILES ${PROJECT_SOURCE_DIR}/exports/kvilintg.def DESTINATION lib)
 install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION doc)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION doc OPTIONAL)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION doc)
 
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_NAME kvilintg)
