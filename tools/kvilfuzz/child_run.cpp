@@ -13,9 +13,9 @@
 
 #include "damage.h"
 #include "guarded_buffer.h"
-#include "kvilintg.h"
 #include "host_library.h"
 #include "host_suffixes.h"
+#include "kvilintg.h"
 #include "machine_image.h"
 #include "protocol.h"
 #include "version_fixture.h"

@@ -4,8 +4,8 @@
 #include <array>
 #include <charconv>
 
-#include "kvilintg.h"
 #include "host_suffixes.h"
+#include "kvilintg.h"
 #include "tool_kinds.h"
 
 namespace kvilhosts {

@@ -16,10 +16,10 @@
 #include <vector>
 
 #include "command_line.h"
-#include "kvilintg.h"
 #include "host_library.h"
 #include "journal.h"
 #include "journal_session.h"
+#include "kvilintg.h"
 #include "registry_view.h"
 #include "roundtrip.h"
 #include "survey.h"

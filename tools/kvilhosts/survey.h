@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "file_version.h"
-#include "kvilintg.h"
 #include "host_library.h"
+#include "kvilintg.h"
 
 namespace kvilhosts {
 
