@@ -1,6 +1,9 @@
 # What ships: `cmake --install` and the ZIP that `--target package` makes hold
 # the library, the survey tool beside it, the C header, the module-definition
 # file and the docs.
+# Shipped binaries are linked without symbols or the debug sections of the
+# static C++ runtime, which would carry its own build machine's paths.
+set_property(TARGET kvilintg kvilhosts APPEND PROPERTY LINK_OPTIONS -s)
 install(TARGETS kvilintg kvilhosts RUNTIME DESTINATION bin)
 install(FILES ${PROJECT_SOURCE_DIR}/include/kvilintg.h DESTINATION include)
 install(FILES ${PROJECT_SOURCE_DIR}/exports/kvilintg.def DESTINATION lib)

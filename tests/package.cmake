@@ -28,7 +28,7 @@ if(NOT unpacked STREQUAL expected)
 endif()
 
 # Reproducible binaries: a PE header time stamp of 0, and no path of this
-# build's tree inside.
+# build's tree, or of the trees the C++ runtime and MinGW were built in, inside.
 foreach(binary kvilintg.dll kvilhosts.exe)
   set(path "${WORK_DIR}/unpacked/bin/${binary}")
   file(READ "${path}" pe_offset OFFSET 60 LIMIT 4 HEX)
@@ -38,7 +38,7 @@ foreach(binary kvilintg.dll kvilhosts.exe)
   if(NOT stamp STREQUAL "00000000")
     fail("${binary} carries the link time stamp ${stamp}")
   endif()
-  foreach(tree "${SOURCE_DIR}" "${BINARY_DIR}")
+  foreach(tree "${SOURCE_DIR}" "${BINARY_DIR}" "/build/" "/usr/")
     file(STRINGS "${path}" leaks REGEX "${tree}")
     if(leaks)
       fail("${binary} names the build tree: ${leaks}")
