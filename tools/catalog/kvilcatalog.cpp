@@ -30,12 +30,12 @@
 #include "frontpage_fixture.h"
 #include "host_arguments.h"
 #include "host_library.h"
+#include "host_suffixes.h"
 #include "journal.h"
 #include "journal_session.h"
 #include "kvilintg.h"
 #include "office_fixture.h"
 #include "product_fixture.h"
-#include "registry_view.h"
 #include "scratch_machine.h"
 #include "survey.h"
 #include "tool_app.h"
@@ -43,6 +43,7 @@
 
 namespace {
 
+using kvilhosts::AsciiLowered;
 using kvilhosts::ToolState;
 
 constexpr char kMachinePlaceholder[] = "<machine>";
@@ -62,16 +63,11 @@ std::vector<std::string> SuffixesOf(const char* defFile) {
   return suffixes;
 }
 
-std::string Lower(std::string text) {
-  for (char& c : text) c = kvil::AsciiLower(c);
-  return text;
-}
-
 // Every occurrence of folder, in any case (the library and the hosts' keys spell
 // paths as they like), as the placeholder.
 std::string WithPlaceholder(std::string text, const std::string& folder) {
-  const std::string needle = Lower(folder);
-  std::string haystack = Lower(text);
+  const std::string needle = AsciiLowered(folder);
+  std::string haystack = AsciiLowered(text);
   for (std::size_t at = haystack.find(needle); at != std::string::npos; at = haystack.find(needle, at)) {
     text.replace(at, needle.size(), kMachinePlaceholder);
     haystack.replace(at, needle.size(), kMachinePlaceholder);
@@ -162,7 +158,7 @@ std::string Markdown(const std::vector<HostEntry>& entries) {
   for (const HostEntry& entry : entries) {
     // The heading's anchor: suffixes are letters, digits and underscores, which
     // Markdown keeps, lower-cased.
-    out += "| [" + entry.suffix + "](#" + Lower(entry.suffix) + ") | " + Cell(entry.info.application) + " | " +
+    out += "| [" + entry.suffix + "](#" + AsciiLowered(entry.suffix) + ") | " + Cell(entry.info.application) + " | " +
            Cell(entry.info.version);
     for (const ToolState state : entry.tools) out += " | " + std::string(kvilhosts::ToolStateWord(state));
     out += " |\n";
@@ -173,8 +169,7 @@ std::string Markdown(const std::vector<HostEntry>& entries) {
       out += "Takes no tool: nothing is attached.\n";
       continue;
     }
-    std::string call = "(";
-    call += std::to_string(*entry.attachedKind) + ", 1049)";
+    const std::string call = "(" + std::to_string(*entry.attachedKind) + ", 1049)";
     out += std::string(kvilhosts::kToolKindNames[*entry.attachedKind]) + ": `Attach" + entry.suffix + call +
            "` answers " + entry.attach + ", `Detach" + entry.suffix + call + "` " + entry.detach + ".\n\n";
     if (entry.journal.empty()) {

@@ -35,12 +35,6 @@ std::uint64_t AddToDigest(std::uint64_t digest, const void* bytes, std::size_t s
   return digest;
 }
 
-std::string Lower(std::string_view text) {
-  std::string lower(text);
-  for (char& c : lower) c = AsciiLower(c);
-  return lower;
-}
-
 std::string Quoted(std::string_view text) {
   std::string quoted = "\"";
   for (const char c : text) {
@@ -116,7 +110,7 @@ FileState ReadFolder(const std::string& path, int depth) {
     const std::string child = JoinPath(path, name);
     const FileState inner = isFolder ? ReadFolder(child, depth + 1) : ReadSingleFile(child);
     state.size += isFolder ? inner.size : 1;
-    const std::string lower = Lower(name);
+    const std::string lower = AsciiLowered(name);
     state.digest = AddToDigest(state.digest, lower.c_str(), lower.size() + 1);
     state.digest = AddToDigest(state.digest, &inner.kind, sizeof inner.kind);
     state.digest = AddToDigest(state.digest, &inner.size, sizeof inner.size);
@@ -315,7 +309,7 @@ bool TouchedItems::FirstTouch(char kind, std::initializer_list<std::string_view>
   std::string identity(1, kind);
   for (const std::string_view name : names) {
     identity += '\n';
-    identity += Lower(name);
+    identity += AsciiLowered(name);
   }
   return identities_.insert(std::move(identity)).second;
 }
